@@ -1,0 +1,12 @@
+# All third-party dependencies come from Debian packages (scripts/install-deps).
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(LTTNG_UST REQUIRED IMPORTED_TARGET lttng-ust)
+pkg_check_modules(POPT REQUIRED IMPORTED_TARGET popt)
+pkg_check_modules(LIBEDIT REQUIRED IMPORTED_TARGET libedit)
+find_package(ZLIB REQUIRED)
+find_package(nlohmann_json 3 REQUIRED)
+find_package(GTest REQUIRED)
+find_package(Threads REQUIRED)
+if(KVN_BENCH)
+  find_package(benchmark REQUIRED)
+endif()
