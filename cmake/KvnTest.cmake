@@ -11,3 +11,28 @@ function(kvn_add_test name)
   endif()
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS "${labels}" TIMEOUT 120)
 endfunction()
+
+# kvn_unit_sources(VAR): the library sources of the current directory, that is every *.cc that
+# is not a test, a benchmark or a program's main.
+function(kvn_unit_sources var)
+  file(GLOB srcs CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cc)
+  list(FILTER srcs EXCLUDE REGEX "(_test|_bench|_main)\\.cc$")
+  set(${var} ${srcs} PARENT_SCOPE)
+endfunction()
+
+# kvn_unit_tests(VAR): the *_test.cc files of the current directory.
+function(kvn_unit_tests var)
+  file(GLOB srcs CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*_test.cc)
+  set(${var} ${srcs} PARENT_SCOPE)
+endfunction()
+
+# kvn_add_bench(NAME SOURCES... LIBS ...): a Google Benchmark program, with a short smoke run
+# registered in CTest (label "bench") so that CI sees it still runs. Figures come from running
+# the program by hand.
+function(kvn_add_bench name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;SMOKE_ARGS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} benchmark::benchmark)
+  add_test(NAME ${name}_smoke COMMAND ${name} --benchmark_min_time=0.01 ${ARG_SMOKE_ARGS})
+  set_tests_properties(${name}_smoke PROPERTIES LABELS bench TIMEOUT 300)
+endfunction()
