@@ -1,0 +1,146 @@
+#include "daxo-sim/agent_simulator.h"
+
+#include <stdio.h>
+#include <string.h>
+
+#include <nlohmann/json.hpp>
+
+#include "daxo-sim/connect_message.h"
+#include "pxm/pxm.h"
+
+namespace kvn::daxosim {
+
+namespace {
+constexpr uint32_t kReceiveTimeoutMs = 200;  // how long a stop request may wait
+}
+
+AgentSimulator::AgentSimulator(const AgentDescription& description, Options options,
+                               Journal& journal, const HandlerRegistry& handlers)
+    : description_(description),
+      options_(std::move(options)),
+      journal_(journal),
+      router_(handlers, journal, [this](std::vector<uint8_t> m, uint32_t to) { sendBytes(m, to); }),
+      ownMailbox_(PXM_NO_MBOX),
+      service_(PXM_NO_MBOX) {
+  if (options_.mailboxName.empty()) options_.mailboxName = description_.mailboxName;
+  if (options_.mailboxName.empty())
+    options_.mailboxName = "daxo-sim-" + std::to_string(description_.bbmHwNumber);
+}
+
+AgentSimulator::~AgentSimulator() {
+  if (monitoring_) pxm_unmonitor(serviceMonitor_);
+  // Deleting the mailbox is what tells the service that this agent is gone.
+  if (ownMailbox_ != PXM_NO_MBOX) pxm_delete_mailbox(ownMailbox_);
+  if (initialized_) pxm_exit();
+}
+
+int AgentSimulator::run(const volatile sig_atomic_t& stop) {
+  unsigned char schemeParams[36] = {};
+  const char* ns = options_.nameSpace.empty() ? nullptr : options_.nameSpace.c_str();
+  if (int32_t rc = pxm_init(2, 0, schemeParams, ns, 0); rc != 0) {
+    fprintf(stderr, "daxo-sim: cannot reach the mailbox hub (pxm_init returned %d)\n", rc);
+    return 1;
+  }
+  initialized_ = true;
+  ownMailbox_ = pxm_create_mailbox(options_.mailboxName.c_str(), 0);
+  if (ownMailbox_ == PXM_NO_MBOX) {
+    fprintf(stderr, "daxo-sim: cannot create mailbox \"%s\"\n", options_.mailboxName.c_str());
+    return 1;
+  }
+  findService();
+  while (!stop && !serviceGone_) {
+    pxm_msg* msg = pxm_receive(nullptr, kReceiveTimeoutMs, PXM_FROM_ALL);
+    if (!msg) continue;
+    handle(msg);
+    if (msg) pxm_free(&msg);
+  }
+  note("stopped");
+  return 0;
+}
+
+void AgentSimulator::findService() {
+  const uint32_t id = pxm_locate(options_.serviceName.c_str());
+  if (id != PXM_NO_MBOX) {
+    connect(id);
+    return;
+  }
+  // The hub hands this message back once a mailbox of that name exists.
+  pxm_msg* found = pxm_alloc(sizeof(uint32_t), kServiceFoundSignal);
+  pxm_locate_async(options_.serviceName.c_str(), &found, PXM_MY_MBOX);
+  note("waiting_for_service");
+}
+
+void AgentSimulator::connect(uint32_t service) {
+  service_ = service;
+  if (monitoring_) pxm_unmonitor(serviceMonitor_);
+  pxm_msg* none = nullptr;
+  serviceMonitor_ = pxm_monitor(service_, &none);
+  monitoring_ = true;
+  sendBytes(ConnectMessage::encode(description_), service_);
+  nlohmann::json entry;
+  entry["event"] = "connect_sent";
+  entry["service"] = service_;
+  entry["mailbox"] = ownMailbox_;
+  entry["bbmHwNumber"] = description_.bbmHwNumber;
+  journal_.write(entry);
+}
+
+void AgentSimulator::handle(pxm_msg* msg) {
+  const uint32_t sender = pxm_sender(msg);
+  const size_t size = pxm_size(msg);
+  const uint8_t* bytes = reinterpret_cast<const uint8_t*>(msg);
+  switch (msg->msgno) {
+    case ConnectMessage::kBaseSignalNo:
+      router_.route(sender, bytes, size);
+      return;
+    case kServiceFoundSignal: {
+      const uint32_t id = pxm_locate(options_.serviceName.c_str());
+      if (id == PXM_NO_MBOX)
+        findService();  // gone again before we got to it
+      else
+        connect(id);
+      return;
+    }
+    case PXM_MBOX_GONE:
+      if (sender == service_ && monitoring_) {
+        monitoring_ = false;
+        service_ = PXM_NO_MBOX;
+        note("service_lost");
+        if (options_.reconnect)
+          findService();
+        else
+          serviceGone_ = true;
+        return;
+      }
+      break;
+    default:
+      break;
+  }
+  nlohmann::json entry;
+  entry["from"] = sender;
+  entry["msgno"] = msg->msgno;
+  entry["size"] = size;
+  entry["body"] = Journal::hex(bytes, size);
+  entry["error"] = "unexpected message number";
+  journal_.write(entry);
+}
+
+void AgentSimulator::sendBytes(const std::vector<uint8_t>& bytes, uint32_t to) {
+  uint32_t msgno;
+  memcpy(&msgno, bytes.data(), sizeof msgno);
+  pxm_msg* m = pxm_alloc(bytes.size(), msgno);
+  if (!m) {
+    fprintf(stderr, "daxo-sim: pxm_alloc(%zu) failed\n", bytes.size());
+    return;
+  }
+  memcpy(reinterpret_cast<uint8_t*>(m), bytes.data(), bytes.size());
+  pxm_send(&m, to, PXM_MY_MBOX);
+}
+
+void AgentSimulator::note(const char* event) {
+  nlohmann::json entry;
+  entry["event"] = event;
+  journal_.write(entry);
+}
+
+}  // namespace kvn::daxosim

@@ -1,0 +1,115 @@
+// daxo-sim: plays one processor agent from a JSON description, so that the service can be tried
+// and tested without hardware. See `daxo-sim --help`.
+
+#include <getopt.h>
+#include <signal.h>
+#include <stdio.h>
+#include <string.h>
+
+#include <memory>
+#include <optional>
+
+#include "daxo-sim/agent_description.h"
+#include "daxo-sim/agent_simulator.h"
+#include "daxo-sim/handler_registry.h"
+#include "daxo-sim/journal.h"
+#include "daxo-sim/journal_only_handler.h"
+
+namespace {
+
+volatile sig_atomic_t g_stop = 0;
+
+void onStopSignal(int) { g_stop = 1; }
+
+void usage(FILE* out) {
+  fprintf(out,
+          "usage: daxo-sim [options] DESCRIPTION.json\n"
+          "Plays one agent: sends the connect message the description gives to the service's\n"
+          "mailbox and serves its own mailbox until SIGTERM or SIGINT.\n"
+          "  --service NAME     the service's mailbox (default kvn-tracecontroller)\n"
+          "  --mailbox NAME     this agent's mailbox (default: from the description, else\n"
+          "                     daxo-sim-<bbmHwNumber>)\n"
+          "  --journal PATH     append one JSON line per received message to PATH\n"
+          "                     (default: standard output)\n"
+          "  --lmc-path PATH    the container path to announce, instead of the description's\n"
+          "  --namespace NS     mailbox namespace\n"
+          "  --reconnect        when the service goes, wait for it and connect again\n"
+          "                     (without it the simulator ends when the service goes)\n"
+          "  --help             this text\n");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using kvn::daxosim::AgentDescription;
+  using kvn::daxosim::AgentSimulator;
+  AgentSimulator::Options options;
+  std::string journalPath;
+  std::optional<std::string> lmcPath;
+  enum { kService = 1, kMailbox, kJournal, kLmcPath, kNamespace, kReconnect, kHelp };
+  static const struct option longOptions[] = {{"service", required_argument, nullptr, kService},
+                                              {"mailbox", required_argument, nullptr, kMailbox},
+                                              {"journal", required_argument, nullptr, kJournal},
+                                              {"lmc-path", required_argument, nullptr, kLmcPath},
+                                              {"namespace", required_argument, nullptr, kNamespace},
+                                              {"reconnect", no_argument, nullptr, kReconnect},
+                                              {"help", no_argument, nullptr, kHelp},
+                                              {nullptr, 0, nullptr, 0}};
+  for (int c; (c = getopt_long(argc, argv, "", longOptions, nullptr)) != -1;) {
+    switch (c) {
+      case kService:
+        options.serviceName = optarg;
+        break;
+      case kMailbox:
+        options.mailboxName = optarg;
+        break;
+      case kJournal:
+        journalPath = optarg;
+        break;
+      case kLmcPath:
+        lmcPath = optarg;
+        break;
+      case kNamespace:
+        options.nameSpace = optarg;
+        break;
+      case kReconnect:
+        options.reconnect = true;
+        break;
+      case kHelp:
+        usage(stdout);
+        return 0;
+      default:
+        usage(stderr);
+        return 2;
+    }
+  }
+  if (optind != argc - 1) {
+    usage(stderr);
+    return 2;
+  }
+  try {
+    AgentDescription description = AgentDescription::fromFile(argv[optind]);
+    if (lmcPath) {
+      if (lmcPath->size() > AgentDescription::kLmcPathSize)
+        throw AgentDescription::Error("--lmc-path: longer than 256 characters");
+      description.lmcPath = *lmcPath;
+    }
+    std::unique_ptr<kvn::daxosim::Journal> journal =
+        journalPath.empty() ? std::make_unique<kvn::daxosim::Journal>()
+                            : std::make_unique<kvn::daxosim::Journal>(journalPath);
+    kvn::daxosim::HandlerRegistry handlers(std::make_unique<kvn::daxosim::JournalOnlyHandler>());
+    handlers.deployAll(description);
+
+    struct sigaction sa;
+    memset(&sa, 0, sizeof sa);
+    sa.sa_handler = onStopSignal;
+    sigaction(SIGTERM, &sa, nullptr);
+    sigaction(SIGINT, &sa, nullptr);
+
+    AgentSimulator simulator(description, options, *journal, handlers);
+    return simulator.run(g_stop);
+  } catch (const std::exception& e) {
+    fprintf(stderr, "daxo-sim: %s\n", e.what());
+    return 1;
+  }
+}
