@@ -1,0 +1,36 @@
+#include "service/stop_signal_handler.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include "util/pxm_mainloop.h"
+#include "util/testing/fake_pxm.h"
+#include "util/timer_queue.h"
+
+namespace {
+
+TEST(StopSignalHandler, SignalStopsTheLoopOnceThenTakesTheDefaultAction) {
+  kvn::testing::FakePxm pxm;
+  TimerQueue timers;
+  PxmMainloop loop(&pxm, "svc", &timers);
+  StopSignalHandler::install(&loop);
+
+  int idleRounds = 0;
+  pxm.setIdleHook([&] {
+    if (++idleRounds == 2) raise(SIGHUP);
+  });
+  loop.run();
+  EXPECT_EQ(idleRounds, 2);
+
+  struct sigaction now = {};
+  sigaction(SIGHUP, nullptr, &now);
+  EXPECT_EQ(now.sa_handler, SIG_DFL);
+  sigaction(SIGTERM, nullptr, &now);
+  EXPECT_EQ(now.sa_flags & (SA_SIGINFO | SA_RESETHAND), SA_SIGINFO | SA_RESETHAND);
+  for (int signo : {SIGABRT, SIGQUIT, SIGINT, SIGTERM}) {
+    EXPECT_TRUE(sigismember(&now.sa_mask, signo));
+    signal(signo, SIG_DFL);
+  }
+}
+
+}  // namespace

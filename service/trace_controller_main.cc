@@ -1,0 +1,57 @@
+// kvn-tracecontroller: reads its options, builds the long-lived objects in a fixed order on
+// this stack, and runs the main loop until a stop signal. Locals go in reverse order.
+#include <stdexcept>
+#include <string>
+
+#include "service/stop_signal_handler.h"
+#include "service/trace_controller_options.h"
+#include "service/trace_controller_routine_table_log.h"
+#include "tracing/log.h"
+#include "util/hkm_pxm.h"
+#include "util/pxm_mainloop.h"
+#include "util/routine_table.h"
+#include "util/timer_queue.h"
+
+namespace {
+constexpr uint32_t kBaseSignalNo = 0x170802D;
+constexpr int32_t kMailboxCount = 2;
+constexpr int32_t kAllocScheme = 0;
+constexpr size_t kSchemeParamsSize = 36;
+}  // namespace
+
+int main(int argc, char** argv) {
+  TraceControllerOptions options;
+  std::string commandLine;
+  for (int i = 0; i < argc; ++i) {
+    commandLine += argv[i];
+    commandLine += ' ';
+  }
+  TC_LOG_INFO("Starting service '%s'", commandLine.c_str());
+  if (options.read(argc, const_cast<const char**>(argv)) != 0) return -1;
+
+  kvnCpmUtilTraceProcField = "kvn_tracectrl";
+  try {
+    TC_LOG_DEBUG("Using pxm namespace %s", options.nameSpace.c_str());
+    const unsigned char schemeParams[kSchemeParamsSize] = {};
+    hkm::PXM pxm(kMailboxCount, kAllocScheme, schemeParams,
+                 options.nameSpace.empty() ? nullptr : options.nameSpace.c_str(), 0);
+
+    TimerQueue timers;
+    PxmMainloop mainloop(&pxm, options.mailboxName, &timers);
+
+    TraceControllerRoutineTableLog routineTableLog;
+    kvn::RoutineTable routineTable(&pxm, kBaseSignalNo, &routineTableLog);
+
+    mainloop.setDispatcher(kBaseSignalNo,
+                           [&routineTable](pxm_mbox_id_t sender, pxm_msg*& msg, size_t size) {
+                             routineTable.dispatch(sender, msg, size);
+                           });
+
+    StopSignalHandler::install(&mainloop);
+    mainloop.run();
+  } catch (const std::runtime_error& e) {
+    TC_LOG_ERROR("runtime_error exception: %s", e.what());
+    return 1;
+  }
+  return 0;
+}
