@@ -1,0 +1,64 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/e2e/run_dir.h"
+
+namespace kvn::e2e {
+
+// One child process of a test. Its standard output and error go to "<name>.out" and
+// "<name>.err" in the run directory; it gets the test's environment plus PXM_RUNDIR,
+// LTTNG_UST_REGISTER_TIMEOUT=0 and the given variables. The destructor kills (SIGKILL) and
+// reaps it if it still runs, so a failing test leaves nothing behind.
+class Process {
+ public:
+  using Env = std::map<std::string, std::string>;
+  static constexpr std::chrono::milliseconds kDefaultDeadline{10000};
+
+  Process(const RunDir& dir, std::string name, std::string program,
+          std::vector<std::string> args = {}, Env env = {});
+  ~Process();
+  Process(const Process&) = delete;
+  Process& operator=(const Process&) = delete;
+
+  pid_t pid() const { return pid_; }
+  bool running();
+  void signal(int signo);
+
+  // The exit value (0..255), or 128 + signal number when a signal ended it; nothing if it still
+  // runs at the deadline.
+  std::optional<int> wait(std::chrono::milliseconds deadline = kDefaultDeadline);
+  // Sends the signal and waits.
+  std::optional<int> stop(int signo, std::chrono::milliseconds deadline = kDefaultDeadline);
+
+  std::string out() const { return dir_.read(name_ + ".out"); }
+  std::string err() const { return dir_.read(name_ + ".err"); }
+
+ private:
+  bool reap(bool block);
+
+  const RunDir& dir_;
+  std::string name_;
+  pid_t pid_ = -1;
+  std::optional<int> status_;
+};
+
+// Polls `done` every 10 ms until it holds or the deadline passes; true if it held.
+template <typename F>
+bool eventually(F done, std::chrono::milliseconds deadline = Process::kDefaultDeadline) {
+  const auto end = std::chrono::steady_clock::now() + deadline;
+  for (;;) {
+    if (done()) return true;
+    if (std::chrono::steady_clock::now() >= end) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+}
+
+}  // namespace kvn::e2e

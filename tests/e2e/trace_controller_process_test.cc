@@ -1,0 +1,100 @@
+// kvn-tracecontroller as a process: start-up, options, stop.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <string>
+
+#include "tests/e2e/process.h"
+#include "tests/e2e/programs.h"
+#include "tests/e2e/pxm_hub.h"
+#include "tests/e2e/run_dir.h"
+
+namespace kvn::e2e {
+namespace {
+
+const Process::Env kDebugLog = {{"KVN_LOG_STDERR", "debug"}};
+const Process::Env kErrorLog = {{"KVN_LOG_STDERR", "error"}};
+
+bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+class TraceControllerProcessTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (*programs::kTraceController == '\0') GTEST_SKIP() << "kvn-tracecontroller is not built";
+  }
+  std::unique_ptr<Process> service(const std::string& name, std::vector<std::string> args = {},
+                                   Process::Env env = kDebugLog) {
+    return std::make_unique<Process>(dir_, name, programs::kTraceController, args, env);
+  }
+  // True once the service has entered its main loop.
+  static bool upAndRunning(Process& p) {
+    return eventually([&] { return contains(p.err(), "Mainloop starting") || !p.running(); }) &&
+           p.running();
+  }
+
+  RunDir dir_;
+};
+
+class TraceControllerWithHubTest : public TraceControllerProcessTest {
+ protected:
+  void SetUp() override {
+    TraceControllerProcessTest::SetUp();
+    if (IsSkipped()) return;
+    if (*programs::kPxmd == '\0') GTEST_SKIP() << "the mailbox hub is not built in this tree";
+    hub_ = std::make_unique<PxmHub>(dir_);
+    ASSERT_TRUE(hub_->ok()) << "pxmd did not come up: " << hub_->process().err();
+  }
+
+  std::unique_ptr<PxmHub> hub_;
+};
+
+TEST_F(TraceControllerProcessTest, BadOptionsGiveTheXihTextAndExitValue255) {
+  const std::string xih =
+      ": To start TraceController in XIH mode, use --instancename, --mailboxname and --lmcpath "
+      "with proper values. Aborting start.";
+  auto missing = service("missing", {"--mailboxname"}, kErrorLog);
+  auto unknown = service("unknown", {"--verbose"}, kErrorLog);
+  EXPECT_EQ(missing->wait(), 255);
+  EXPECT_EQ(unknown->wait(), 255);
+  EXPECT_TRUE(contains(missing->err(), "--mailboxname: missing argument" + xih)) << missing->err();
+  EXPECT_TRUE(contains(unknown->err(), "--verbose: unknown option" + xih)) << unknown->err();
+}
+
+TEST_F(TraceControllerProcessTest, WithoutAHubTheServiceEndsWithExitValue1) {
+  auto p = service("nohub", {}, kErrorLog);
+  EXPECT_EQ(p->wait(), 1);
+  EXPECT_TRUE(
+      contains(p->err(), "runtime_error exception: error when calling pxm_init. ret code = "))
+      << p->err();
+}
+
+TEST_F(TraceControllerWithHubTest, RunsUntilSigtermAndThenExitsWith0) {
+  auto p = service("service");
+  ASSERT_TRUE(upAndRunning(*p)) << p->err();
+  EXPECT_TRUE(contains(p->err(), "Starting service '")) << p->err();
+  EXPECT_EQ(p->stop(SIGTERM), 0);
+  EXPECT_FALSE(contains(p->err(), "ERROR")) << p->err();
+}
+
+TEST_F(TraceControllerWithHubTest, SecondServiceWithTheSameMailboxNameFailsCleanly) {
+  auto first = service("first");
+  ASSERT_TRUE(upAndRunning(*first)) << first->err();
+
+  auto second = service("second", {}, kErrorLog);
+  EXPECT_EQ(second->wait(), 1);
+  EXPECT_TRUE(contains(second->err(),
+                       "runtime_error exception: pxm_create_mailbox(kvn-tracecontroller) failed."))
+      << second->err();
+
+  // The name is what clashes: another name runs beside the first.
+  auto other = service("other", {"--mailboxname", "kvn-tracecontroller-2"});
+  ASSERT_TRUE(upAndRunning(*other)) << other->err();
+  EXPECT_TRUE(first->running());
+  EXPECT_EQ(other->stop(SIGINT), 0);
+  EXPECT_EQ(first->stop(SIGHUP), 0);
+}
+
+}  // namespace
+}  // namespace kvn::e2e
