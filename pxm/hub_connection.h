@@ -1,0 +1,57 @@
+#pragma once
+// One process attached to the hub: its socket, what it has sent in part, and what waits to be
+// written to it. The hub owns these; a connection owns its socket.
+
+#include <sys/types.h>
+
+#include <cstdint>
+
+#include "pxm/frame_reader.h"
+#include "pxm/out_queue.h"
+
+namespace pxm {
+
+class HubConnection {
+ public:
+  HubConnection(uint64_t id, int fd, pid_t pid);
+  ~HubConnection();
+  HubConnection(const HubConnection&) = delete;
+  HubConnection& operator=(const HubConnection&) = delete;
+
+  uint64_t id() const { return id_; }
+  int fd() const { return fd_; }
+  pid_t pid() const { return pid_; }
+
+  FrameReader& reader() { return reader_; }
+  OutQueue& out() { return out_; }
+
+  // The first frame must be a hello; nothing else is taken before it.
+  bool greeted() const { return greeted_; }
+  void setGreeted() { greeted_ = true; }
+
+  // A connection found broken while frames were being routed is closed only after the
+  // routing, so that nothing is torn down under the hub's feet.
+  bool doomed() const { return doomed_; }
+  void doom() { doomed_ = true; }
+
+  // Whether the hub asked epoll to say when the socket is writable.
+  bool wantsWrite() const { return wantsWrite_; }
+  void setWantsWrite(bool on) { wantsWrite_ = on; }
+
+  // Whether frames were queued since the last flush.
+  bool dirty() const { return dirty_; }
+  void setDirty(bool on) { dirty_ = on; }
+
+ private:
+  const uint64_t id_;
+  const int fd_;
+  const pid_t pid_;
+  FrameReader reader_;
+  OutQueue out_;
+  bool greeted_ = false;
+  bool doomed_ = false;
+  bool wantsWrite_ = false;
+  bool dirty_ = false;
+};
+
+}  // namespace pxm

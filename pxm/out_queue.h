@@ -1,0 +1,29 @@
+#pragma once
+// The frames that wait to be written to one peer of the hub. The hub never blocks on a peer:
+// what the socket does not take now stays here until the socket is writable again.
+
+#include <cstddef>
+#include <deque>
+#include <vector>
+
+namespace pxm {
+
+class OutQueue {
+ public:
+  enum class Result { kDrained, kPending, kError };
+
+  void push(std::vector<char> frame);
+  // Writes as much as the socket takes, several frames per call.
+  Result flush(int fd);
+
+  bool empty() const { return frames_.empty(); }
+  // Bytes not yet written.
+  size_t bytes() const { return bytes_; }
+
+ private:
+  std::deque<std::vector<char>> frames_;
+  size_t offset_ = 0;  // bytes of the front frame already written
+  size_t bytes_ = 0;
+};
+
+}  // namespace pxm

@@ -1,0 +1,643 @@
+// The library and the hub together, with real processes: each test runs its own pxmd in a
+// private run directory, and forks the other processes it needs.
+
+#include "pxm/pxm.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "pxm/child_process.h"
+#include "pxm/frame.h"
+#include "pxm/test_hub.h"
+
+namespace pxm {
+namespace {
+
+using testing::ChildProcess;
+using testing::TestHub;
+using Clock = std::chrono::steady_clock;
+
+constexpr uint32_t kData = 0x5000;
+constexpr uint32_t kFound = 0x5001;
+constexpr uint32_t kGone = 0x5002;
+constexpr uint32_t kQuit = 0x5003;
+constexpr uint32_t kOther = 0x5004;
+constexpr uint32_t kLimitMs = 10000;  // generous bound for anything that must arrive
+
+// A received message, freed at the end of its scope.
+class Received {
+ public:
+  explicit Received(pxm_msg* msg) : msg_(msg) {}
+  ~Received() { pxm_free(&msg_); }
+  Received(const Received&) = delete;
+  Received& operator=(const Received&) = delete;
+  explicit operator bool() const { return msg_ != nullptr; }
+  pxm_msg* get() const { return msg_; }
+  uint32_t msgno() const { return msg_->msgno; }
+  uint32_t value() const {
+    uint32_t v;
+    std::memcpy(&v, reinterpret_cast<const char*>(msg_) + 4, 4);
+    return v;
+  }
+  pxm_mbox_id_t sender() const { return pxm_sender(msg_); }
+
+ private:
+  pxm_msg* msg_;
+};
+
+pxm_msg* make(uint32_t msgno, uint32_t value = 0, size_t size = 8) {
+  pxm_msg* msg = pxm_alloc(size, msgno);
+  std::memcpy(reinterpret_cast<char*>(msg) + 4, &value, 4);
+  return msg;
+}
+
+void sendTo(pxm_mbox_id_t to, uint32_t msgno, uint32_t value = 0, size_t size = 8) {
+  pxm_msg* msg = make(msgno, value, size);
+  pxm_send(&msg, to, PXM_MY_MBOX);
+}
+
+pxm_msg* receiveOne(uint32_t msgno, uint32_t timeoutMs = kLimitMs) {
+  const uint32_t filter[] = {1, msgno};
+  return pxm_receive(filter, timeoutMs, PXM_FROM_ALL);
+}
+
+// Waits, by an asynchronous locate, until a mailbox of that name exists.
+pxm_mbox_id_t awaitMailbox(const char* name) {
+  pxm_msg* msg = pxm_alloc(4, kFound);
+  pxm_locate_async(name, &msg, PXM_MY_MBOX);
+  Received found(receiveOne(kFound));
+  return found ? found.sender() : PXM_NO_MBOX;
+}
+
+int32_t init() { return pxm_init(2, 0, nullptr, nullptr, 0); }
+
+// A child that owns mailbox `name` and answers every message with the same message, until a
+// kQuit comes.
+int echoChild(const char* name) {
+  if (init() != 0 || pxm_create_mailbox(name, 0) == PXM_NO_MBOX) return 1;
+  for (;;) {
+    pxm_msg* msg = pxm_receive(nullptr, PXM_NO_TMO, PXM_FROM_ALL);
+    if (!msg) return 2;
+    if (msg->msgno == kQuit) {
+      pxm_free(&msg);
+      pxm_exit();
+      return 0;
+    }
+    pxm_send(&msg, pxm_sender(msg), PXM_MY_MBOX);
+  }
+}
+
+// A child that owns mailbox `name` and waits to be killed.
+int idleChild(const char* name) {
+  if (init() != 0 || pxm_create_mailbox(name, 0) == PXM_NO_MBOX) return 1;
+  for (;;) {
+    pxm_msg* msg = pxm_receive(nullptr, PXM_NO_TMO, PXM_FROM_ALL);
+    if (msg && msg->msgno == kQuit) return 0;
+    pxm_free(&msg);
+  }
+}
+
+class PxmTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(hub_.running());
+    ASSERT_EQ(init(), 0);
+    self_ = pxm_create_mailbox("test", 0);
+    ASSERT_NE(self_, PXM_NO_MBOX);
+  }
+  void TearDown() override { pxm_exit(); }
+
+  TestHub hub_{PXMD_PATH};
+  pxm_mbox_id_t self_ = PXM_NO_MBOX;
+};
+
+TEST(PxmInitTest, FailsWithoutHubAndForBadNamespaces) {
+  TestHub noHub(PXMD_PATH, /*start=*/false);
+  EXPECT_NE(init(), 0);
+  EXPECT_EQ(pxm_create_mailbox("x", 0), PXM_NO_MBOX);
+
+  TestHub hub(PXMD_PATH);
+  ASSERT_TRUE(hub.running());
+  EXPECT_NE(pxm_init(2, 0, nullptr, "../evil", 0), 0);
+  EXPECT_NE(pxm_init(2, 0, nullptr, "nobody-serves-this", 0), 0);
+  ASSERT_EQ(pxm_init(2, 0, nullptr, "", 0), 0);  // the default namespace
+  EXPECT_NE(init(), 0) << "a second pxm_init without pxm_exit";
+  pxm_exit();
+  ASSERT_EQ(init(), 0) << "again after pxm_exit";
+  pxm_exit();
+}
+
+TEST(PxmInitTest, RunDirectoryAndSocketArePrivate) {
+  TestHub hub(PXMD_PATH);
+  ASSERT_TRUE(hub.running());
+  struct stat st {};
+  ASSERT_EQ(::stat(hub.runDir().c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0700u);
+  ASSERT_EQ(::stat(hub.socketPath().c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0600u);
+
+  // A second hub for the namespace refuses to start; the first one stops cleanly.
+  ChildProcess second([] {
+    ::execl(PXMD_PATH, PXMD_PATH, static_cast<char*>(nullptr));
+    return 127;
+  });
+  EXPECT_EQ(second.wait(), 1);
+  EXPECT_TRUE(hub.stop());
+  EXPECT_NE(::access(hub.socketPath().c_str(), F_OK), 0);
+}
+
+TEST_F(PxmTest, MessagesBetweenTwoMailboxesArriveInOrder) {
+  constexpr uint32_t kCount = 3000;
+  ChildProcess child([] {
+    if (init() != 0 || pxm_create_mailbox("sender", 0) == PXM_NO_MBOX) return 1;
+    const pxm_mbox_id_t to = pxm_locate("test");
+    if (to == PXM_NO_MBOX) return 2;
+    for (uint32_t i = 0; i < kCount; ++i) sendTo(to, kData, i, 8 + i % 500);
+    Received quit(receiveOne(kQuit));
+    return quit ? 0 : 3;
+  });
+  const pxm_mbox_id_t sender = awaitMailbox("sender");
+  ASSERT_NE(sender, PXM_NO_MBOX);
+  for (uint32_t i = 0; i < kCount; ++i) {
+    Received msg(pxm_receive(nullptr, kLimitMs, PXM_FROM_ALL));
+    ASSERT_TRUE(msg);
+    ASSERT_EQ(msg.msgno(), kData);
+    ASSERT_EQ(msg.value(), i);
+    ASSERT_EQ(pxm_size(msg.get()), 8 + i % 500);
+    ASSERT_EQ(msg.sender(), sender);
+    ASSERT_EQ(pxm_receiver(msg.get()), self_);
+  }
+  sendTo(sender, kQuit);
+  EXPECT_EQ(child.wait(), 0);
+}
+
+TEST_F(PxmTest, ReceiveTimesOut) {
+  auto start = Clock::now();
+  EXPECT_EQ(pxm_receive(nullptr, 0, PXM_FROM_ALL), nullptr);
+  EXPECT_LT(Clock::now() - start, std::chrono::seconds(2));
+
+  start = Clock::now();
+  EXPECT_EQ(pxm_receive(nullptr, 50, PXM_FROM_ALL), nullptr);
+  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(50));
+
+  // Messages already in are taken by a polling receive, in order.
+  sendTo(self_, kData, 1);
+  sendTo(self_, kData, 2);
+  sendTo(self_, kOther);
+  Received marker(receiveOne(kOther));  // once this is in, the two before it are too
+  ASSERT_TRUE(marker);
+  Received first(pxm_receive(nullptr, 0, PXM_FROM_ALL));
+  Received second(pxm_receive(nullptr, 0, PXM_FROM_ALL));
+  ASSERT_TRUE(first && second);
+  EXPECT_EQ(first.value(), 1u);
+  EXPECT_EQ(second.value(), 2u);
+  EXPECT_EQ(pxm_receive(nullptr, 0, PXM_FROM_ALL), nullptr);
+}
+
+TEST_F(PxmTest, FiltersPickByNumberAndSender) {
+  for (uint32_t no : {0x10u, 0x20u, 0x30u, 0x40u}) sendTo(self_, no);
+  Received last(receiveOne(0x40));
+  ASSERT_TRUE(last);
+
+  const uint32_t twoOfThem[] = {2, 0x30, 0x10};
+  Received a(pxm_receive(twoOfThem, 0, PXM_FROM_ALL));
+  ASSERT_TRUE(a);
+  EXPECT_EQ(a.msgno(), 0x10u) << "the first one in the queue that matches";
+  Received b(pxm_receive(twoOfThem, 0, PXM_FROM_ALL));
+  ASSERT_TRUE(b);
+  EXPECT_EQ(b.msgno(), 0x30u);
+  EXPECT_EQ(pxm_receive(twoOfThem, 0, PXM_FROM_ALL), nullptr) << "0x20 is left alone";
+  const uint32_t any[] = {0};
+  Received c(pxm_receive(any, 0, PXM_FROM_ALL));
+  ASSERT_TRUE(c);
+  EXPECT_EQ(c.msgno(), 0x20u);
+
+  // By sender: the child's message is taken before an older one of our own.
+  sendTo(self_, kData, 1);
+  ChildProcess child([] {
+    if (init() != 0 || pxm_create_mailbox("other", 0) == PXM_NO_MBOX) return 1;
+    sendTo(pxm_locate("test"), kData, 2);
+    Received quit(receiveOne(kQuit));
+    return 0;
+  });
+  const pxm_mbox_id_t other = awaitMailbox("other");
+  ASSERT_NE(other, PXM_NO_MBOX);
+  Received fromChild(pxm_receive(nullptr, kLimitMs, other));
+  ASSERT_TRUE(fromChild);
+  EXPECT_EQ(fromChild.value(), 2u);
+  Received fromSelf(pxm_receive(nullptr, 0, self_));
+  ASSERT_TRUE(fromSelf);
+  EXPECT_EQ(fromSelf.value(), 1u);
+  sendTo(other, kQuit);
+  EXPECT_EQ(child.wait(), 0);
+}
+
+TEST_F(PxmTest, MonitorFiresWhenWatchedProcessIsKilled) {
+  ChildProcess child([] { return idleChild("victim"); });
+  const pxm_mbox_id_t victim = awaitMailbox("victim");
+  ASSERT_NE(victim, PXM_NO_MBOX);
+
+  pxm_msg* own = make(kGone, 7);
+  EXPECT_NE(pxm_monitor(victim, &own), 0u);
+  EXPECT_EQ(own, nullptr) << "taken over";
+  pxm_msg* none = nullptr;
+  EXPECT_NE(pxm_monitor(victim, &none), 0u);
+  EXPECT_NE(pxm_monitor(victim, nullptr), 0u);
+  child.kill9();
+
+  Received given(receiveOne(kGone));
+  ASSERT_TRUE(given);
+  EXPECT_EQ(given.value(), 7u);
+  EXPECT_EQ(given.sender(), victim);
+  EXPECT_EQ(pxm_receiver(given.get()), self_);
+  for (int i = 0; i < 2; ++i) {
+    Received gone(receiveOne(PXM_MBOX_GONE));
+    ASSERT_TRUE(gone);
+    EXPECT_EQ(gone.sender(), victim);
+  }
+  // The name is free again.
+  EXPECT_NE(pxm_create_mailbox("victim", 0), PXM_NO_MBOX);
+}
+
+TEST_F(PxmTest, MonitorOfMailboxAlreadyGoneFiresAtOnce) {
+  const pxm_mbox_id_t brief = pxm_create_mailbox("brief", 0);
+  ASSERT_NE(brief, PXM_NO_MBOX);
+  pxm_delete_mailbox(brief);
+  EXPECT_EQ(pxm_locate("brief"), PXM_NO_MBOX);
+  EXPECT_NE(pxm_monitor(brief, nullptr), 0u);
+  Received gone(receiveOne(PXM_MBOX_GONE));
+  ASSERT_TRUE(gone);
+  EXPECT_EQ(gone.sender(), brief);
+
+  EXPECT_NE(pxm_monitor(0x7ffffff0u, nullptr), 0u) << "never existed";
+  Received never(receiveOne(PXM_MBOX_GONE));
+  ASSERT_TRUE(never);
+  EXPECT_EQ(never.sender(), 0x7ffffff0u);
+}
+
+TEST_F(PxmTest, UnmonitorCancels) {
+  ChildProcess child([] { return idleChild("victim"); });
+  const pxm_mbox_id_t victim = awaitMailbox("victim");
+  ASSERT_NE(victim, PXM_NO_MBOX);
+  pxm_msg* first = make(kGone, 1);
+  pxm_msg* second = make(kGone, 2);
+  const pxm_monitor_id_t cancelled = pxm_monitor(victim, &first);
+  ASSERT_NE(pxm_monitor(victim, &second), 0u);
+  pxm_unmonitor(cancelled);
+  child.kill9();
+  // Monitors fire in the order they were set, so the cancelled one would come first.
+  Received fired(receiveOne(kGone));
+  ASSERT_TRUE(fired);
+  EXPECT_EQ(fired.value(), 2u);
+  EXPECT_EQ(receiveOne(kGone, 0), nullptr);
+}
+
+TEST_F(PxmTest, LocateAsyncBeforeAndAfterCreation) {
+  pxm_msg* early = make(kFound, 1);
+  pxm_locate_async("late", &early, PXM_MY_MBOX);
+  EXPECT_EQ(early, nullptr);
+  EXPECT_EQ(receiveOne(kFound, 0), nullptr);
+
+  ChildProcess child([] { return idleChild("late"); });
+  Received found(receiveOne(kFound));
+  ASSERT_TRUE(found);
+  EXPECT_EQ(found.value(), 1u);
+  EXPECT_EQ(found.sender(), pxm_locate("late"));
+  EXPECT_EQ(pxm_receiver(found.get()), self_);
+
+  pxm_msg* again = make(kFound, 2);
+  pxm_locate_async("late", &again, PXM_MY_MBOX);
+  Received now(receiveOne(kFound));
+  ASSERT_TRUE(now);
+  EXPECT_EQ(now.value(), 2u);
+  EXPECT_EQ(now.sender(), found.sender());
+  sendTo(found.sender(), kQuit);
+  EXPECT_EQ(child.wait(), 0);
+}
+
+TEST_F(PxmTest, NamesAreUniqueAndIdsNeverComeBack) {
+  const pxm_mbox_id_t dup = pxm_create_mailbox("dup", 0);
+  ASSERT_NE(dup, PXM_NO_MBOX);
+  EXPECT_EQ(pxm_create_mailbox("dup", 0), PXM_NO_MBOX);
+  ChildProcess child([] {
+    if (init() != 0) return 1;
+    return pxm_create_mailbox("dup", 0) == PXM_NO_MBOX ? 0 : 2;
+  });
+  EXPECT_EQ(child.wait(), 0) << "refused in another process too";
+
+  pxm_mbox_id_t last = dup;
+  for (int i = 0; i < 200; ++i) {
+    pxm_delete_mailbox(last);
+    const pxm_mbox_id_t next = pxm_create_mailbox("dup", 0);
+    ASSERT_NE(next, PXM_NO_MBOX);
+    ASSERT_GT(next, last);
+    last = next;
+  }
+  char name[16];
+  EXPECT_NE(pxm_get_name(last, name, sizeof name), 0);
+  EXPECT_STREQ(name, "dup");
+  EXPECT_EQ(pxm_get_name(last, name, 3), 0) << "does not fit";
+  EXPECT_EQ(pxm_get_name(dup, name, sizeof name), 0) << "gone";
+  EXPECT_EQ(pxm_locate("nobody"), PXM_NO_MBOX);
+}
+
+TEST_F(PxmTest, LargeMessagesArriveWhole) {
+  ChildProcess child([] { return echoChild("echo"); });
+  const pxm_mbox_id_t echo = awaitMailbox("echo");
+  ASSERT_NE(echo, PXM_NO_MBOX);
+  for (size_t size : {size_t{1} << 20, (size_t{9} << 20) + 3}) {
+    pxm_msg* msg = pxm_alloc(size, kData);
+    ASSERT_NE(msg, nullptr);
+    auto* bytes = reinterpret_cast<unsigned char*>(msg);
+    for (size_t i = 4; i < size; ++i) bytes[i] = static_cast<unsigned char>(i * 7 + i / 4096);
+    pxm_send(&msg, echo, PXM_MY_MBOX);
+    sendTo(echo, kOther);  // a small one behind it stays behind it
+    Received back(pxm_receive(nullptr, kLimitMs, PXM_FROM_ALL));
+    ASSERT_TRUE(back);
+    ASSERT_EQ(back.msgno(), kData);
+    ASSERT_EQ(pxm_size(back.get()), size);
+    const auto* got = reinterpret_cast<const unsigned char*>(back.get());
+    for (size_t i = 4; i < size; ++i)
+      ASSERT_EQ(got[i], static_cast<unsigned char>(i * 7 + i / 4096)) << "byte " << i;
+    Received small(pxm_receive(nullptr, kLimitMs, PXM_FROM_ALL));
+    ASSERT_TRUE(small);
+    EXPECT_EQ(small.msgno(), kOther);
+  }
+  sendTo(echo, kQuit);
+  EXPECT_EQ(child.wait(), 0);
+}
+
+TEST_F(PxmTest, ThreadsReceiveFromTheirOwnMailboxes) {
+  constexpr uint32_t kRounds = 2000;
+  pxm_mbox_id_t ping = PXM_NO_MBOX;
+  std::thread pinger([&] {
+    ping = pxm_create_mailbox("ping", 0);
+    const pxm_mbox_id_t pong = awaitMailbox("pong");
+    for (uint32_t i = 0; i < kRounds; ++i) {
+      sendTo(pong, kData, i);
+      Received back(pxm_receive(nullptr, kLimitMs, PXM_FROM_ALL));
+      if (!back || back.value() != i + 1) return;
+    }
+    sendTo(pong, kQuit);
+  });
+  uint32_t answered = 0;
+  std::thread ponger([&] {
+    pxm_create_mailbox("pong", 0);
+    for (;;) {
+      Received msg(pxm_receive(nullptr, kLimitMs, PXM_FROM_ALL));
+      if (!msg || msg.msgno() == kQuit) return;
+      sendTo(msg.sender(), kData, msg.value() + 1);
+      ++answered;
+    }
+  });
+  pinger.join();
+  ponger.join();
+  EXPECT_NE(ping, PXM_NO_MBOX);
+  EXPECT_EQ(answered, kRounds);
+  EXPECT_EQ(pxm_receive(nullptr, 0, PXM_FROM_ALL), nullptr) << "none of theirs came here";
+}
+
+TEST_F(PxmTest, ExitEndsMailboxesAndInitStartsAfresh) {
+  ChildProcess child([] {
+    if (init() != 0 || pxm_create_mailbox("phoenix", 0) == PXM_NO_MBOX) return 1;
+    Received go(receiveOne(kQuit));
+    pxm_exit();
+    if (init() != 0) return 2;
+    // The name was given up by the exit, so it is free at once.
+    if (pxm_create_mailbox("phoenix", 0) == PXM_NO_MBOX) return 3;
+    Received done(receiveOne(kQuit));
+    return done ? 0 : 4;
+  });
+  const pxm_mbox_id_t first = awaitMailbox("phoenix");
+  ASSERT_NE(first, PXM_NO_MBOX);
+  ASSERT_NE(pxm_monitor(first, nullptr), 0u);
+  sendTo(first, kQuit);
+  Received gone(receiveOne(PXM_MBOX_GONE));
+  ASSERT_TRUE(gone);
+  EXPECT_EQ(gone.sender(), first);
+  const pxm_mbox_id_t second = awaitMailbox("phoenix");
+  EXPECT_GT(second, first);
+  sendTo(second, kQuit);
+  EXPECT_EQ(child.wait(), 0);
+}
+
+TEST_F(PxmTest, MisuseIsReportedNotFollowed) {
+  pxm_msg* msg = pxm_alloc(16, kData);
+  pxm_msg* stale = msg;
+  pxm_free(&msg);
+  EXPECT_EQ(msg, nullptr);
+  pxm_free(&msg);  // freeing nothing is harmless
+
+  errno = 0;
+  pxm_send(&msg, self_, PXM_MY_MBOX);
+  EXPECT_EQ(errno, EINVAL);
+  errno = 0;
+  pxm_send(&stale, self_, PXM_MY_MBOX);
+  EXPECT_EQ(errno, EINVAL);
+  EXPECT_EQ(pxm_size(stale), 0u);
+  EXPECT_EQ(pxm_sender(stale), PXM_NO_MBOX);
+  pxm_send(nullptr, self_, PXM_MY_MBOX);
+  pxm_free(nullptr);
+  EXPECT_EQ(pxm_size(nullptr), 0u);
+  EXPECT_EQ(pxm_setsize(nullptr, 8), 0);
+  EXPECT_EQ(pxm_locate(nullptr), PXM_NO_MBOX);
+  EXPECT_EQ(pxm_get_name(self_, nullptr, 10), 0);
+  EXPECT_EQ(pxm_alloc(2, kData), nullptr);
+  EXPECT_EQ(pxm_alloc(size_t{1} << 30, kData), nullptr);
+
+  // Sending from a mailbox of someone else, or from a thread without one, sends nothing.
+  pxm_msg* forged = make(kData, 1);
+  errno = 0;
+  pxm_send(&forged, self_, 0x7ffffff0u);
+  EXPECT_EQ(errno, EINVAL);
+  std::thread([&] {
+    pxm_msg* orphan = make(kData, 2);
+    pxm_send(&orphan, self_, PXM_MY_MBOX);
+    EXPECT_EQ(pxm_receive(nullptr, 0, PXM_FROM_ALL), nullptr);
+  }).join();
+  sendTo(self_, kOther);
+  Received marker(receiveOne(kOther));
+  ASSERT_TRUE(marker);
+  EXPECT_EQ(pxm_receive(nullptr, 0, PXM_FROM_ALL), nullptr);
+
+  // Deleting a mailbox this process does not own changes nothing.
+  pxm_delete_mailbox(0x7ffffff0u);
+  EXPECT_EQ(pxm_locate("test"), self_);
+}
+
+TEST(PxmMessageTest, AllocatedMessagesWithoutHub) {
+  pxm_msg* msg = pxm_alloc(16, 0x42);
+  ASSERT_NE(msg, nullptr);
+  EXPECT_EQ(msg->msgno, 0x42u);
+  EXPECT_EQ(pxm_size(msg), 16u);
+  EXPECT_EQ(pxm_sender(msg), PXM_NO_MBOX);
+  EXPECT_EQ(pxm_receiver(msg), PXM_NO_MBOX);
+  auto* bytes = reinterpret_cast<unsigned char*>(msg);
+  for (int i = 4; i < 16; ++i) EXPECT_EQ(bytes[i], 0);
+
+  std::memset(bytes + 4, 0xab, 12);
+  EXPECT_NE(pxm_setsize(msg, 8), 0);
+  EXPECT_EQ(pxm_size(msg), 8u);
+  EXPECT_NE(pxm_setsize(msg, 32), 0) << "grows within its room";
+  EXPECT_EQ(pxm_size(msg), 32u);
+  EXPECT_EQ(bytes[7], 0xab);
+  EXPECT_EQ(bytes[8], 0) << "what it grew by reads as zero";
+  EXPECT_EQ(pxm_setsize(msg, 3), 0);
+  EXPECT_EQ(pxm_setsize(msg, size_t{1} << 24), 0);
+  EXPECT_EQ(pxm_size(msg), 32u);
+  pxm_free(&msg);
+}
+
+// A raw connection to the hub, speaking the wire directly.
+class RawClient {
+ public:
+  explicit RawClient(const std::string& path) {
+    fd_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    std::strncpy(addr.sun_path, path.c_str(), sizeof addr.sun_path - 1);
+    connected_ = ::connect(fd_, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
+  }
+  ~RawClient() { ::close(fd_); }
+  bool connected() const { return connected_; }
+
+  void write(const void* data, size_t size) {
+    ASSERT_EQ(::send(fd_, data, size, MSG_NOSIGNAL), static_cast<ssize_t>(size));
+  }
+  void frame(uint16_t type, const std::vector<uint32_t>& words, const std::string& tail = "") {
+    std::vector<char> out(sizeof(FrameHeader) + 4 * words.size() + tail.size());
+    const FrameHeader header{static_cast<uint32_t>(out.size() - sizeof header), type, 0};
+    std::memcpy(out.data(), &header, sizeof header);
+    std::memcpy(out.data() + sizeof header, words.data(), 4 * words.size());
+    std::memcpy(out.data() + sizeof header + 4 * words.size(), tail.data(), tail.size());
+    write(out.data(), out.size());
+  }
+  // Reads one kReply and gives its value.
+  uint32_t replyValue() {
+    char buf[64];
+    size_t got = 0;
+    while (got < 16 && waitReadable()) {
+      const ssize_t n = ::recv(fd_, buf + got, 16 - got, 0);
+      if (n <= 0) break;
+      got += static_cast<size_t>(n);
+    }
+    return got == 16 ? loadU32(buf + 12) : 0xdeadu;
+  }
+  // True when the hub closes the connection within the bound.
+  bool cutOff() {
+    char buf[4096];
+    while (waitReadable()) {
+      const ssize_t n = ::recv(fd_, buf, sizeof buf, 0);
+      if (n == 0 || (n < 0 && errno == ECONNRESET)) return true;
+      if (n < 0) return false;
+    }
+    return false;
+  }
+
+ private:
+  bool waitReadable() {
+    pollfd pfd{fd_, POLLIN, 0};
+    return ::poll(&pfd, 1, kLimitMs) == 1;
+  }
+  int fd_ = -1;
+  bool connected_ = false;
+};
+
+void expectEchoWorks(pxm_mbox_id_t echo) {
+  for (uint32_t i = 0; i < 10; ++i) {
+    sendTo(echo, kData, i);
+    Received back(pxm_receive(nullptr, kLimitMs, PXM_FROM_ALL));
+    ASSERT_TRUE(back);
+    EXPECT_EQ(back.value(), i);
+  }
+}
+
+TEST_F(PxmTest, BadClientsAreCutOffAndOthersGoOn) {
+  ChildProcess child([] { return echoChild("echo"); });
+  const pxm_mbox_id_t echo = awaitMailbox("echo");
+  ASSERT_NE(echo, PXM_NO_MBOX);
+
+  {
+    SCOPED_TRACE("garbage from the first byte");
+    RawClient garbage(hub_.socketPath());
+    ASSERT_TRUE(garbage.connected());
+    std::vector<unsigned char> noise(8192);
+    for (size_t i = 0; i < noise.size(); ++i) noise[i] = static_cast<unsigned char>(i * 131 + 17);
+    garbage.write(noise.data(), noise.size());
+    EXPECT_TRUE(garbage.cutOff());
+    expectEchoWorks(echo);
+  }
+  {
+    SCOPED_TRACE("a frame of an unknown type after a proper greeting");
+    RawClient rogue(hub_.socketPath());
+    rogue.frame(kHello, {1, kProtocolVersion, 0});
+    EXPECT_EQ(rogue.replyValue(), kProtocolVersion);
+    rogue.frame(999, {1, 2, 3});
+    EXPECT_TRUE(rogue.cutOff());
+    expectEchoWorks(echo);
+  }
+  {
+    SCOPED_TRACE("an oversized message");
+    RawClient big(hub_.socketPath());
+    big.frame(kHello, {1, kProtocolVersion, 0});
+    EXPECT_EQ(big.replyValue(), kProtocolVersion);
+    big.frame(kCreate, {2}, "big");
+    const uint32_t bigBox = big.replyValue();
+    ASSERT_NE(bigBox, PXM_NO_MBOX);
+    const FrameHeader header{static_cast<uint32_t>(kMaxFrameBody + 1), kSend, 0};
+    big.write(&header, sizeof header);
+    EXPECT_TRUE(big.cutOff());
+    EXPECT_EQ(pxm_locate("big"), PXM_NO_MBOX) << "its mailbox went with it";
+    expectEchoWorks(echo);
+  }
+  {
+    SCOPED_TRACE("a process that dies in the middle of a message");
+    pxm_mbox_id_t halfBox;
+    {
+      RawClient half(hub_.socketPath());
+      half.frame(kHello, {1, kProtocolVersion, 0});
+      EXPECT_EQ(half.replyValue(), kProtocolVersion);
+      half.frame(kCreate, {2}, "half");
+      halfBox = half.replyValue();
+      ASSERT_NE(halfBox, PXM_NO_MBOX);
+      ASSERT_NE(pxm_monitor(halfBox, nullptr), 0u);
+      const FrameHeader header{sizeof(Route) + 1000, kSend, 0};
+      const Route route{self_, halfBox};
+      half.write(&header, sizeof header);
+      half.write(&route, sizeof route);
+      half.write("part of it", 10);
+    }
+    Received gone(receiveOne(PXM_MBOX_GONE));
+    ASSERT_TRUE(gone);
+    EXPECT_EQ(gone.sender(), halfBox);
+    EXPECT_EQ(receiveOne(kData, 0), nullptr) << "nothing of the half message arrived";
+    expectEchoWorks(echo);
+  }
+  sendTo(echo, kQuit);
+  EXPECT_EQ(child.wait(), 0);
+}
+
+TEST_F(PxmTest, HubGoneMakesCallsFailWithoutSpinning) {
+  ASSERT_TRUE(hub_.stop());
+  const auto start = Clock::now();
+  EXPECT_EQ(pxm_receive(nullptr, 100, PXM_FROM_ALL), nullptr);
+  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(100)) << "waits out its time";
+  EXPECT_EQ(pxm_locate("test"), PXM_NO_MBOX);
+  EXPECT_EQ(pxm_create_mailbox("late", 0), PXM_NO_MBOX);
+  sendTo(self_, kData);  // dropped, not a crash
+}
+
+}  // namespace
+}  // namespace pxm
