@@ -88,7 +88,10 @@ int Shell::interactive(Prompt& prompt) {
   std::string line;
   for (;;) {
     const Prompt::Read r = prompt.read(&line);
-    if (r == Prompt::Read::kEnd) break;
+    if (r == Prompt::Read::kEnd) {
+      if (prompt.interactive()) fputc('\n', stdout);  // leave the terminal on a fresh line
+      break;
+    }
     if (r == Prompt::Read::kInterrupted) continue;
     if (line.find_first_not_of(" \t") == std::string::npos) continue;
     prompt.remember(line);
@@ -97,7 +100,6 @@ int Shell::interactive(Prompt& prompt) {
     if (status >= 0) last = status;
     if (quit) break;
   }
-  if (prompt.interactive()) fputc('\n', stdout);
   return last;
 }
 

@@ -1,0 +1,105 @@
+#include "tests/e2e/kvnsh_terminal.h"
+
+#include <errno.h>
+#include <poll.h>
+#include <pty.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <map>
+#include <stdexcept>
+
+extern char** environ;
+
+namespace kvn::e2e {
+
+KvnshTerminal::KvnshTerminal(const RunDir& dir, const std::string& program,
+                             std::vector<std::string> args, Process::Env env) {
+  env["PXM_RUNDIR"] = dir.pxmRunDir();
+  env.emplace("HOME", dir.path());
+  env.emplace("TERM", "vt100");
+  env.emplace("LTTNG_UST_REGISTER_TIMEOUT", "0");
+  std::vector<std::string> envStrings;
+  for (char** e = environ; *e != nullptr; ++e) {
+    std::string entry = *e;
+    if (env.count(entry.substr(0, entry.find('='))) == 0) envStrings.push_back(entry);
+  }
+  for (const auto& [key, value] : env) envStrings.push_back(key + "=" + value);
+  std::vector<char*> envp;
+  for (auto& s : envStrings) envp.push_back(s.data());
+  envp.push_back(nullptr);
+  args.insert(args.begin(), program);
+  std::vector<char*> argv;
+  for (auto& a : args) argv.push_back(a.data());
+  argv.push_back(nullptr);
+
+  struct winsize size {};
+  size.ws_row = 24;
+  size.ws_col = 200;
+  pid_ = ::forkpty(&master_, nullptr, nullptr, &size);
+  if (pid_ == 0) {
+    ::execve(program.c_str(), argv.data(), envp.data());
+    ::_exit(127);
+  }
+  if (pid_ < 0) throw std::runtime_error("forkpty failed");
+}
+
+KvnshTerminal::~KvnshTerminal() {
+  if (pid_ > 0 && !status_) {
+    ::kill(pid_, SIGKILL);
+    ::waitpid(pid_, nullptr, 0);
+  }
+  if (master_ >= 0) ::close(master_);
+}
+
+void KvnshTerminal::type(const std::string& keys) {
+  const char* p = keys.data();
+  size_t left = keys.size();
+  while (left > 0) {
+    const ssize_t n = ::write(master_, p, left);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return;
+    }
+    p += n;
+    left -= static_cast<size_t>(n);
+  }
+}
+
+void KvnshTerminal::drain(int timeoutMs) {
+  struct pollfd pfd = {master_, POLLIN, 0};
+  if (::poll(&pfd, 1, timeoutMs) <= 0) return;
+  char buf[4096];
+  const ssize_t n = ::read(master_, buf, sizeof buf);
+  if (n > 0) screen_.append(buf, static_cast<size_t>(n));
+}
+
+bool KvnshTerminal::waitFor(const std::string& text, std::chrono::milliseconds deadline) {
+  const auto end = std::chrono::steady_clock::now() + deadline;
+  for (;;) {
+    const size_t at = screen_.find(text, seen_);
+    if (at != std::string::npos) {
+      seen_ = at + text.size();
+      return true;
+    }
+    if (std::chrono::steady_clock::now() >= end) return false;
+    drain(20);
+  }
+}
+
+std::optional<int> KvnshTerminal::wait(std::chrono::milliseconds deadline) {
+  const auto end = std::chrono::steady_clock::now() + deadline;
+  while (!status_) {
+    int status = 0;
+    if (::waitpid(pid_, &status, WNOHANG) == pid_) {
+      status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+      break;
+    }
+    if (std::chrono::steady_clock::now() >= end) break;
+    drain(10);  // keep the terminal's buffer from filling up
+  }
+  return status_;
+}
+
+}  // namespace kvn::e2e
