@@ -1,0 +1,172 @@
+#include "tracetables/trace_lmc_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "lmc-tool/lmc_writer.h"
+#include "lmc-tool/scratch_dir.h"
+#include "lmc-tool/table_blob_writer.h"
+#include "tracing/log_capture.h"
+
+namespace {
+
+using kvn::lmc::LmcWriter;
+using kvn::lmc::LmSpec;
+using kvn::lmc::ScratchDir;
+using kvn::lmc::TableBlobWriter;
+using kvn::log::Level;
+using kvn::log::LogCapture;
+using kvntrace::TraceLmcReader;
+using Strings = std::vector<std::string>;
+
+LmSpec tableModule(const std::string& identity, const TableBlobWriter& blob, uint16_t ca = 1) {
+  LmSpec m;
+  m.identity = identity;
+  m.compression = ca;
+  m.content = blob.build();
+  return m;
+}
+
+TableBlobWriter metadata(const Strings& traceIds) {
+  TableBlobWriter b;
+  b.addStringTable("traceobjname", {"ulScheduler", "dlScheduler", "cmPool"});
+  b.addStringTable("stridtraceid", traceIds);
+  b.addStringTable("traceformat", {"ue %d", "", "%d of %d"});
+  b.addStringTable("utracemeta", {"ulScheduler.grant,1,0", "dlScheduler.alloc,2,1"});
+  b.addStringTable("tracestr", {"grant %d", "alloc %d"});
+  return b;
+}
+
+class TraceLmcReaderTest : public ::testing::Test {
+ protected:
+  std::string container(const std::vector<LmSpec>& modules, const std::string& name = "c.lmc") {
+    LmcWriter w;
+    for (const LmSpec& m : modules) w.addModule(m);
+    w.writeFile(dir.file(name));
+    return dir.file(name);
+  }
+  int countPrefix(const std::string& prefix) const {
+    int n = 0;
+    for (const auto& l : cap.lines()) n += l.msg.rfind(prefix, 0) == 0 ? 1 : 0;
+    return n;
+  }
+
+  ScratchDir dir;
+  LogCapture cap;
+};
+
+TEST_F(TraceLmcReaderTest, ReadsTheTablesOfTheMetadataModule) {
+  TraceLmcReader reader(container({tableModule("daxo_META", metadata({"100", "101", "-7"}))}));
+  EXPECT_EQ(reader.getTraceObjectNames("daxo"), (Strings{"ulScheduler", "dlScheduler", "cmPool"}));
+  EXPECT_EQ(reader.getStrIdToTraceId("daxo"), (std::vector<int32_t>{100, 101, -7}));
+  EXPECT_EQ(reader.getTraceFormats("daxo"), (Strings{"ue %d", "", "%d of %d"}));
+  EXPECT_EQ(reader.getUtraceMeta("daxo"),
+            (Strings{"ulScheduler.grant,1,0", "dlScheduler.alloc,2,1"}));
+  EXPECT_EQ(reader.readMetadataTable("daxo", "tracestr"), (Strings{"grant %d", "alloc %d"}));
+  EXPECT_EQ(reader.readTable("daxo_META", ""),
+            (Strings{"traceobjname", "stridtraceid", "traceformat", "utracemeta", "tracestr"}));
+  EXPECT_TRUE(cap.has(Level::Info, "Retrieving 5 table names"));
+  EXPECT_TRUE(cap.has(Level::Info, "Extracting string table stridtraceid with index 1"));
+  EXPECT_TRUE(cap.has(Level::Info, "Parsing string table with 3 strings"));
+  // Each read opens the container afresh.
+  EXPECT_EQ(countPrefix("Open mapped file: "), 6);
+}
+
+TEST_F(TraceLmcReaderTest, ModuleNameMatchesLoosely) {
+  TraceLmcReader reader(container({tableModule("Daxo 1_META", metadata({"1", "2", "3"}), 0)}));
+  EXPECT_EQ(reader.getTraceObjectNames("DAXO1").size(), 3u);
+  EXPECT_EQ(reader.getTraceObjectNames("daxo 1").size(), 3u);  // stored plainly: fresh each time
+}
+
+TEST_F(TraceLmcReaderTest, TraceIdsStopAtTheFirstThatDoesNotConvert) {
+  TraceLmcReader reader(container({tableModule("a_META", metadata({"10", "11", "x12"})),
+                                   tableModule("b_META", metadata({"1", "3000000000", "2"}))}));
+  EXPECT_EQ(reader.getStrIdToTraceId("a"), (std::vector<int32_t>{10, 11}));
+  EXPECT_EQ(
+      cap.count(Level::Error, "Exception 'stol' when transforming 3 traceId strings to integers"),
+      1);
+  EXPECT_EQ(reader.getStrIdToTraceId("b"), (std::vector<int32_t>{1}));
+  EXPECT_EQ(
+      cap.count(Level::Error, "Exception 'stol' when transforming 3 traceId strings to integers"),
+      2);
+}
+
+TEST_F(TraceLmcReaderTest, FailuresGiveEmptyListsAndALogLine) {
+  TableBlobWriter none;
+  const std::string path = container({tableModule("empty_META", none)});
+  TraceLmcReader reader(path);
+  EXPECT_TRUE(reader.getTraceObjectNames("empty").empty());
+  EXPECT_TRUE(cap.has(Level::Error, "There are no tables in LM"));
+  EXPECT_TRUE(cap.has(Level::Error, "Table with name traceobjname was not in set of 0 tables"));
+  EXPECT_TRUE(reader.readTable("empty_META", "").empty());
+
+  EXPECT_TRUE(reader.getTraceFormats("missing").empty());
+  EXPECT_TRUE(cap.has(Level::Info, "Failed retrieving LM with identity missing_META in LMC"));
+  EXPECT_TRUE(reader.readTable("", "x").empty());
+  EXPECT_TRUE(cap.has(Level::Error, "No load module name was supplied"));
+
+  TableBlobWriter some;
+  some.addStringTable("traceobjname", {"a"});
+  TraceLmcReader partial(container({tableModule("p_META", some)}, "p.lmc"));
+  EXPECT_TRUE(partial.getUtraceMeta("p").empty());
+  EXPECT_TRUE(cap.has(Level::Error, "Table with name utracemeta was not in set of 1 tables"));
+
+  TraceLmcReader unreadable(dir.file("nothing.lmc"));
+  EXPECT_TRUE(unreadable.getTraceObjectNames("daxo").empty());
+  EXPECT_TRUE(cap.has(Level::Error, "LMC path " + dir.file("nothing.lmc") + " is not readable"));
+}
+
+TEST_F(TraceLmcReaderTest, OnlyStringTablesAreExtracted) {
+  TableBlobWriter b;
+  b.addTable("binary", 5, {"raw"});
+  b.addStringTable("names", {"x", "y"});
+  b.addTable("other", 3, {"z"});
+  TraceLmcReader reader(container({tableModule("m", b)}));
+  EXPECT_EQ(reader.readTable("m", ""), (Strings{"binary", "names", "other"}));
+  EXPECT_EQ(reader.readTable("m", "names"), (Strings{"x", "y"}));
+  EXPECT_TRUE(reader.readTable("m", "binary").empty());
+  EXPECT_TRUE(cap.has(Level::Error, "Can not extract table type 5, expects string table type 0"));
+  // The type printed is that of the first entry, whichever entry was asked for.
+  cap.clear();
+  EXPECT_TRUE(reader.readTable("m", "other").empty());
+  EXPECT_TRUE(cap.has(Level::Error, "Can not extract table type 5, expects string table type 0"));
+}
+
+TEST_F(TraceLmcReaderTest, ProfileModuleIsExtractedOnceAndKept) {
+  TableBlobWriter profiles;
+  profiles.addStringTable("Basic", {"*;*;*.check"});
+  profiles.addStringTable("Sched", {"*;*;*Scheduler.trace1", "*;1;x.*"});
+  const std::string path = container({tableModule("bbDiagProfiles", profiles)});
+  TraceLmcReader reader(path);
+  EXPECT_EQ(reader.getProfileNames(), (Strings{"Basic", "Sched", "DefaultProfile"}));
+  EXPECT_EQ(reader.getProfile("Sched"), (Strings{"*;*;*Scheduler.trace1", "*;1;x.*"}));
+  EXPECT_EQ(reader.getProfile("DefaultProfile"),
+            (Strings{"*;*;*.check", "*;*;*.error", "*;*;*.info", "*;*;*.interface"}));
+  EXPECT_EQ(countPrefix("Open mapped file: "), 1);
+
+  // A new container at the path is not seen by this reader.
+  TableBlobWriter other;
+  other.addStringTable("New", {"*;*;*.info"});
+  container({tableModule("bbDiagProfiles", other)});
+  EXPECT_EQ(reader.getProfileNames(), (Strings{"Basic", "Sched", "DefaultProfile"}));
+  EXPECT_EQ(countPrefix("Open mapped file: "), 1);
+}
+
+TEST_F(TraceLmcReaderTest, MissingProfileModuleIsLookedForOnce) {
+  TraceLmcReader reader(container({tableModule("daxo_META", metadata({"1", "2", "3"}))}));
+  EXPECT_EQ(reader.getProfileNames(), (Strings{"DefaultProfile"}));
+  EXPECT_TRUE(reader.getProfile("Basic").empty());
+  EXPECT_TRUE(reader.getProfile("Other").empty());
+  EXPECT_EQ(countPrefix("Open mapped file: "), 1);
+  EXPECT_EQ(cap.count(Level::Info, "Failed retrieving LM with identity bbDiagProfiles in LMC"), 3);
+}
+
+TEST_F(TraceLmcReaderTest, DefaultProfileNeedsNoFile) {
+  TraceLmcReader reader(dir.file("none.lmc"));
+  EXPECT_EQ(reader.getProfile("DefaultProfile").size(), 4u);
+  EXPECT_EQ(reader.getProfileNames(), (Strings{"DefaultProfile"}));
+}
+
+}  // namespace
