@@ -1,79 +1,12 @@
 #pragma once
 // The proxies through which the service talks to the routines of an agent, one per function
-// the agent can deploy. Each is built from the routine table, the agent's mailbox, the routine
-// id on the agent and the agent's lost event. The chains list the signals from the outermost
-// class in.
+// the agent can deploy (the chains stand with the signal records).
 
-#include "service/signals/cm_pool_signals.h"
-#include "service/signals/dsp_load_signals.h"
-#include "service/signals/rtt_register_signals.h"
-#include "service/signals/super_trace_signals.h"
-#include "service/signals/trace_dest_signals.h"
-#include "service/signals/trace_hit_counter_signals.h"
-#include "service/signals/trace_link_signals.h"
-#include "service/signals/trace_object_signals.h"
-#include "service/signals/utrace_signals.h"
-#include "util/template_proxy.h"
+#include "service/signals/signal_proxies.h"
 
 namespace kvn {
 
-using kvntrace::ProxyCfm;
-using kvntrace::ProxyCfmRej;
-using kvntrace::ProxyInd;
-using kvntrace::TemplateBaseProxy;
-
-using DspLoadProxy =
-    ProxyCfm<KvnDspLoadStartReqS, KvnDspLoadStartCfmS, 0, 1,
-             ProxyCfm<KvnDspLoadStopReqS, KvnDspLoadStopCfmS, 2, 3,
-                      ProxyCfm<KvnDspLoadPrintReqS, KvnDspLoadPrintCfmS, 4, 5, TemplateBaseProxy>>>;
-
-using CmPoolProxy = ProxyCfm<KvnCmPoolUsageReqS, KvnCmPoolUsageCfmS, 7, 8, TemplateBaseProxy>;
-
-using RttProxy = ProxyCfm<KvnRttSetRegisterReqS, KvnRttSetRegisterCfmS, 0, 1, TemplateBaseProxy>;
-
-using TraceHitCounterProxy =
-    ProxyCfm<KvnTraceHitCounterInfoReqS, KvnTraceHitCounterInfoCfmS, 0, 1,
-             ProxyCfm<KvnTraceHitCounterDataReqS, KvnTraceHitCounterDataCfmS, 2, 3,
-                      ProxyCfm<KvnTraceHitCounterClearReqS, KvnTraceHitCounterClearCfmS, 4, 5,
-                               TemplateBaseProxy>>>;
-
-using TraceObjectProxy =
-    ProxyCfm<KvnTraceObjectSetMaskReqS, KvnTraceObjectSetMaskCfmS, 0, 1,
-             ProxyInd<KvnTraceObjectInjectManualTraceUreqS, 2, TemplateBaseProxy>>;
-
-using UTraceProxy =
-    ProxyCfm<KvnUtraceSetConfigReqS, KvnUtraceSetConfigCfmS, 0, 1, TemplateBaseProxy>;
-
-using SuperTraceControlProxy =
-    ProxyInd<KvnSuperTraceProducerStartIndS, 3,
-             ProxyInd<KvnSuperTraceConsumerStartIndS, 0,
-                      ProxyCfm<KvnSuperTraceProducerStopReqS, KvnSuperTraceProducerStopCfmS, 4, 5,
-                               ProxyCfm<KvnSuperTraceConsumerStopReqS,
-                                        KvnSuperTraceConsumerStopCfmS, 1, 2, TemplateBaseProxy>>>>;
-
-using SuperTraceBufferProxy =
-    ProxyCfm<KvnSuperTraceBufferSetupReqS, KvnSuperTraceBufferSetupCfmS, 6, 7,
-             ProxyCfm<KvnSuperTraceBufferIndexReqS, KvnSuperTraceBufferIndexCfmS, 10, 11,
-                      ProxyCfm<KvnSuperTraceBufferDataReqS, KvnSuperTraceBufferDataCfmS, 12, 13,
-                               TemplateBaseProxy>>>;
-
-// Requests count among the signals to the connection, answers among those from it.
-using TraceLinkConnectionProxy =
-    ProxyCfmRej<KvnTraceLinkAttachReqS, KvnTraceLinkAttachCfmS, KvnTraceLinkAttachRejS, 0, 0, 1,
-                ProxyCfmRej<KvnTraceLinkDetachReqS, KvnTraceLinkDetachCfmS, KvnTraceLinkDetachRejS,
-                            1, 2, 3, TemplateBaseProxy>>;
-
-using TraceDestProxy = ProxyCfmRej<
-    KvnTraceDestAllocReqS, KvnTraceDestAllocCfmS, KvnTraceDestAllocRejS, 0, 1, 2,
-    ProxyCfmRej<
-        KvnTraceDestFreeReqS, KvnTraceDestFreeCfmS, KvnTraceDestFreeRejS, 3, 4, 5,
-        ProxyCfmRej<
-            KvnTraceDestConfigReqS, KvnTraceDestConfigCfmS, KvnTraceDestConfigRejS, 6, 7, 8,
-            ProxyCfmRej<KvnTraceDestOpenReqS, KvnTraceDestOpenCfmS, KvnTraceDestOpenRejS, 9, 10, 11,
-                        ProxyCfmRej<KvnTraceDestCloseReqS, KvnTraceDestCloseCfmS,
-                                    KvnTraceDestCloseRejS, 12, 13, 14, TemplateBaseProxy>>>>>;
-
 // The signal-to-trace function takes no signal from this service: routine id and proxy only.
-using Sig2emProxy = TemplateBaseProxy;
+using Sig2emProxy = kvntrace::TemplateBaseProxy;
 
 }  // namespace kvn
