@@ -133,25 +133,27 @@ LmSpec moduleSpec(const Json& m, const std::string& where, const std::string& ba
   allowOnly(m, where,
             {"identity", "role", "compression", "gzip", "data_header", "snid", "file", "text",
              "tables", "metadata", "profiles", "flight_recorder"});
-  LmSpec spec;
   int contents = 0;
+  for (const char* key : {"file", "text", "tables", "metadata", "profiles"}) {
+    contents += m.contains(key) ? 1 : 0;
+  }
+  if (contents != 1) {
+    fail(where, "needs exactly one of \"file\", \"text\", \"tables\", \"metadata\", \"profiles\"");
+  }
+  LmSpec spec;
   std::string defaultIdentity;
   if (m.contains("file")) {
-    ++contents;
     std::string path = text(m["file"], where + ".file");
     if (!path.empty() && path[0] != '/' && !baseDir.empty()) path = baseDir + "/" + path;
     spec.content = readFile(path, where + ".file");
   }
   if (m.contains("text")) {
-    ++contents;
     spec.content = text(m["text"], where + ".text");
   }
   if (m.contains("tables")) {
-    ++contents;
     spec.content = tablesBlob(m["tables"], where + ".tables");
   }
   if (m.contains("metadata")) {
-    ++contents;
     const Json& meta = m["metadata"];
     spec.content = metadataBlob(meta, where + ".metadata");
     if (meta.contains("load_module")) {
@@ -159,15 +161,11 @@ LmSpec moduleSpec(const Json& m, const std::string& where, const std::string& ba
     }
   }
   if (m.contains("profiles")) {
-    ++contents;
     const Json* fr = m.contains("flight_recorder") ? &m["flight_recorder"] : nullptr;
     spec.content = profilesBlob(m["profiles"], fr, where + ".profiles");
     defaultIdentity = "bbDiagProfiles";
   } else if (m.contains("flight_recorder")) {
     fail(where + ".flight_recorder", "belongs beside \"profiles\"");
-  }
-  if (contents != 1) {
-    fail(where, "needs exactly one of \"file\", \"text\", \"tables\", \"metadata\", \"profiles\"");
   }
 
   spec.identity =
