@@ -6,8 +6,9 @@
 #include "util/event_id.h"
 
 namespace kvn {
+class DaxoConnectionMonitor;
 class RoutineTable;
-}
+}  // namespace kvn
 
 // The one global context: how the parts of the service that are not handed each other reach
 // the shared ones. Built on first use, destroyed at exit.
@@ -18,6 +19,7 @@ class TraceControllerContext {
   std::string instanceName;
   uint32_t diagHandlerMailbox = static_cast<uint32_t>(-1);
   kvntrace::EventId diagHandlerLostEvent;
+  kvn::DaxoConnectionMonitor* connectionMonitor = nullptr;
   kvn::RoutineTable* routineTable = nullptr;
 
  private:

@@ -3,12 +3,17 @@
 #include <stdexcept>
 #include <string>
 
+#include "service/daxo_connect_client.h"
+#include "service/daxo_connection_monitor.h"
 #include "service/stop_signal_handler.h"
+#include "service/trace_controller_context.h"
 #include "service/trace_controller_options.h"
 #include "service/trace_controller_routine_table_log.h"
 #include "tracing/log.h"
+#include "util/event.h"
 #include "util/hkm_pxm.h"
 #include "util/pxm_mainloop.h"
+#include "util/routine_proxy.h"
 #include "util/routine_table.h"
 #include "util/timer_queue.h"
 
@@ -39,13 +44,27 @@ int main(int argc, char** argv) {
     TimerQueue timers;
     PxmMainloop mainloop(&pxm, options.mailboxName, &timers);
 
+    // Raised after every agent connect message.
+    auto connectEvent = std::make_shared<kvntrace::Event>();
+
     TraceControllerRoutineTableLog routineTableLog;
     kvn::RoutineTable routineTable(&pxm, kBaseSignalNo, &routineTableLog);
+
+    auto connectionMonitor = std::make_shared<kvn::DaxoConnectionMonitor>(connectEvent->getId());
+    TraceControllerContext& context = TraceControllerContext::get();
+    context.connectionMonitor = connectionMonitor.get();
+    context.routineTable = &routineTable;
 
     mainloop.setDispatcher(kBaseSignalNo,
                            [&routineTable](pxm_mbox_id_t sender, pxm_msg*& msg, size_t size) {
                              routineTable.dispatch(sender, msg, size);
                            });
+
+    auto connectClient = std::make_shared<kvn::DaxoConnectClient>(mainloop, connectEvent);
+    routineTable.allocate(connectClient, kvn::DaxoConnectClient::kInitialConnectRoutine);
+    routineTable.allocate(std::make_shared<kvn::RoutineProxy>(connectClient.get()),
+                          kvn::DaxoConnectClient::kVersionConnectRoutine);
+    routineTable.allocate(connectionMonitor);
 
     StopSignalHandler::install(&mainloop);
     mainloop.run();
