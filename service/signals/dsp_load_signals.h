@@ -49,7 +49,9 @@ struct KvnDspLoadPrintCfmS {
   uint32_t measuredUs;
   DspLoadEntry entries[1];
   KVNSIG_BODY(KvnDspLoadPrintCfmS, "KVN_DSPLOAD_PRINT_CFM");
-  static constexpr size_t sizeFor(size_t n) { return offsetof(KvnDspLoadPrintCfmS, entries) + n * sizeof(DspLoadEntry); }
+  static constexpr size_t sizeFor(size_t n) {
+    return offsetof(KvnDspLoadPrintCfmS, entries) + n * sizeof(DspLoadEntry);
+  }
 };
 static_assert(sizeof(KvnDspLoadPrintCfmS) == 46);
 static_assert(offsetof(KvnDspLoadPrintCfmS, entries) == 18);

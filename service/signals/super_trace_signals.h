@@ -66,7 +66,7 @@ static_assert(sizeof(kvnSuperTimeS) == 12);
 struct kvnSuperBlockHeaderS {
   uint16_t source;  // 0 token, 1 to 3 rtt, 4 lpp
   uint32_t address;
-  uint32_t size;  // in 16-bit words
+  uint32_t size;           // in 16-bit words
   uint16_t dmaInterrupts;  // the count of DMA interrupts less 1
   uint16_t errors;
   uint16_t sequence;
@@ -87,7 +87,9 @@ struct KvnSuperTraceBufferIndexCfmS {
   kvnSuperTraceBufferIndexS index;
   kvnSuperBlockHeaderS blockHeaders[1];
   KVNSIG_BODY(KvnSuperTraceBufferIndexCfmS, "KVN_SUPERTRACE_BUFFER_INDEX_CFM");
-  static constexpr size_t sizeFor(size_t n) { return offsetof(KvnSuperTraceBufferIndexCfmS, blockHeaders) + n * sizeof(kvnSuperBlockHeaderS); }
+  static constexpr size_t sizeFor(size_t n) {
+    return offsetof(KvnSuperTraceBufferIndexCfmS, blockHeaders) + n * sizeof(kvnSuperBlockHeaderS);
+  }
 };
 static_assert(sizeof(KvnSuperTraceBufferIndexCfmS) == 58);
 
@@ -112,7 +114,9 @@ struct KvnSuperTraceBufferDataCfmS {
   uint32_t length;
   uint16_t data[1];
   KVNSIG_BODY(KvnSuperTraceBufferDataCfmS, "KVN_SUPERTRACE_BUFFER_DATA_CFM");
-  static constexpr size_t sizeFor(size_t words) { return offsetof(KvnSuperTraceBufferDataCfmS, data) + 2 * words; }
+  static constexpr size_t sizeFor(size_t words) {
+    return offsetof(KvnSuperTraceBufferDataCfmS, data) + 2 * words;
+  }
 };
 static_assert(offsetof(KvnSuperTraceBufferDataCfmS, data) == 24);
 

@@ -29,12 +29,12 @@ struct KvnTraceDestAllocCfmS {
 static_assert(sizeof(KvnTraceDestAllocCfmS) == 32);
 
 // The rejects of all five requests.
-#define KVNSIG_TRACE_DEST_REJ(Type, textName)  \
-  struct Type {                                \
-    KvnObsSubMessageWithSubMsgNo header;       \
-    int16_t cause;                             \
-    KVNSIG_BODY(Type, textName);               \
-  };                                           \
+#define KVNSIG_TRACE_DEST_REJ(Type, textName) \
+  struct Type {                               \
+    KvnObsSubMessageWithSubMsgNo header;      \
+    int16_t cause;                            \
+    KVNSIG_BODY(Type, textName);              \
+  };                                          \
   static_assert(sizeof(Type) == 14)
 
 KVNSIG_TRACE_DEST_REJ(KvnTraceDestAllocRejS, "KVN_TRACE_DEST_ALLOC_REJ");  // 2
@@ -84,7 +84,9 @@ struct KvnTraceDestOpenCfmS {
   uint16_t count;
   uint16_t socketId[1];
   KVNSIG_BODY(KvnTraceDestOpenCfmS, "KVN_TRACE_DEST_OPEN_CFM");
-  static constexpr size_t sizeFor(size_t n) { return offsetof(KvnTraceDestOpenCfmS, socketId) + 2 * n; }
+  static constexpr size_t sizeFor(size_t n) {
+    return offsetof(KvnTraceDestOpenCfmS, socketId) + 2 * n;
+  }
 };
 static_assert(sizeof(KvnTraceDestOpenCfmS) == 16);
 

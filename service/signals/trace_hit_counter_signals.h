@@ -19,7 +19,7 @@ struct KvnTraceHitCounterInfoCfmS {
   uint32_t droppedHits;    // lost by overflow of the small buffer
   uint32_t droppedStrids;  // strings that got no counter
   uint32_t reserved;
-  uint32_t nrOfEntries;    // rows in the table
+  uint32_t nrOfEntries;  // rows in the table
   KVNSIG_BODY(KvnTraceHitCounterInfoCfmS, "KVN_TRACE_HIT_COUNTER_INFO_CFM");
 };
 static_assert(sizeof(KvnTraceHitCounterInfoCfmS) == 28);
@@ -52,7 +52,9 @@ struct KvnTraceHitCounterDataCfmS {
   uint16_t firstIndex;
   TraceHitEntry entries[1];
   KVNSIG_BODY(KvnTraceHitCounterDataCfmS, "KVN_TRACE_HIT_COUNTER_DATA_CFM");
-  static constexpr size_t sizeFor(size_t n) { return offsetof(KvnTraceHitCounterDataCfmS, entries) + n * sizeof(TraceHitEntry); }
+  static constexpr size_t sizeFor(size_t n) {
+    return offsetof(KvnTraceHitCounterDataCfmS, entries) + n * sizeof(TraceHitEntry);
+  }
 };
 static_assert(offsetof(KvnTraceHitCounterDataCfmS, entries) == 16);
 

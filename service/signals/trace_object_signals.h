@@ -25,7 +25,9 @@ struct KvnTraceObjectSetMaskReqS {
   uint16_t count;
   KvnTraceObjectMaskEntryS entries[1];
   KVNSIG_BODY(KvnTraceObjectSetMaskReqS, "KVN_TRACEOBJECT_SETMASK_REQ");
-  static constexpr size_t sizeFor(size_t n) { return offsetof(KvnTraceObjectSetMaskReqS, entries) + n * sizeof(KvnTraceObjectMaskEntryS); }
+  static constexpr size_t sizeFor(size_t n) {
+    return offsetof(KvnTraceObjectSetMaskReqS, entries) + n * sizeof(KvnTraceObjectMaskEntryS);
+  }
 };
 static_assert(offsetof(KvnTraceObjectSetMaskReqS, entries) == 14);
 
@@ -39,7 +41,9 @@ struct KvnTraceObjectInjectManualTraceUreqS {
   uint16_t nrOfWords;
   uint8_t text[2];
   KVNSIG_BODY(KvnTraceObjectInjectManualTraceUreqS, "KVN_TRACEOBJECT_INJECT_UREQ");
-  static constexpr size_t sizeFor(size_t words) { return offsetof(KvnTraceObjectInjectManualTraceUreqS, text) + 2 * words; }
+  static constexpr size_t sizeFor(size_t words) {
+    return offsetof(KvnTraceObjectInjectManualTraceUreqS, text) + 2 * words;
+  }
 };
 static_assert(offsetof(KvnTraceObjectInjectManualTraceUreqS, text) == 14);
 

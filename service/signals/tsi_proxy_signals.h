@@ -41,7 +41,7 @@ struct KvnTsiProxyCreateUdpSessionCfmS {
   uint32_t sessionId;
   uint32_t pcep;
   uint16_t qidx;
-  uint8_t mac[6];  // not swapped
+  uint8_t mac[6];      // not swapped
   uint32_t innerVlan;  // 0 when not given
   uint32_t outerVlan;
   KVNSIG_BODY(KvnTsiProxyCreateUdpSessionCfmS, "KVN_TSI_PROXY_CREATE_UDP_SESSION_CFM");
@@ -54,7 +54,9 @@ struct KvnTsiProxyCreateUdpSessionRejS {
   uint16_t reasonLength;
   char reason[1];
   KVNSIG_BODY(KvnTsiProxyCreateUdpSessionRejS, "KVN_TSI_PROXY_CREATE_UDP_SESSION_REJ");
-  static constexpr size_t sizeFor(size_t n) { return offsetof(KvnTsiProxyCreateUdpSessionRejS, reason) + n; }
+  static constexpr size_t sizeFor(size_t n) {
+    return offsetof(KvnTsiProxyCreateUdpSessionRejS, reason) + n;
+  }
 };
 static_assert(offsetof(KvnTsiProxyCreateUdpSessionRejS, reason) == 14);
 

@@ -24,7 +24,9 @@ struct KvnUtraceSetConfigReqS {
   uint16_t count;
   KvnUtraceConfigEntryS entries[1];
   KVNSIG_BODY(KvnUtraceSetConfigReqS, "KVN_UTRACE_SET_CONFIG_REQ");
-  static constexpr size_t sizeFor(size_t n) { return offsetof(KvnUtraceSetConfigReqS, entries) + n * sizeof(KvnUtraceConfigEntryS); }
+  static constexpr size_t sizeFor(size_t n) {
+    return offsetof(KvnUtraceSetConfigReqS, entries) + n * sizeof(KvnUtraceConfigEntryS);
+  }
 };
 static_assert(offsetof(KvnUtraceSetConfigReqS, entries) == 14);
 
