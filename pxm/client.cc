@@ -117,8 +117,8 @@ void Client::send(MessageBlock* block, pxm_mbox_id_t to, pxm_mbox_id_t from) {
   // A message to nobody is dropped, as to a mailbox that is gone.
   if (from != PXM_NO_MBOX && !isSentinel(to)) {
     block->setRoute(Route{to, from});
-    const iovec part{const_cast<void*>(block->wire()), block->wireSize()};
-    writeFrame(0, &part, 1);
+    iovec frame{const_cast<void*>(block->wire()), block->wireSize()};
+    writeAll(&frame, 1);
   }
   block->destroy();
 }
@@ -206,8 +206,11 @@ pxm_monitor_id_t Client::monitor(pxm_mbox_id_t mbox, MessageBlock* block) {
 
 void Client::unmonitor(pxm_monitor_id_t monitor) {
   if (monitor == 0 || monitor == 0xFFFFFFFFu) return;
+  // Waits for the hub, so that a death after this call never fires the monitor. A monitor
+  // message already on its way may still arrive.
+  Pending answer;
   const iovec part{&monitor, sizeof monitor};
-  writeFrame(kUnmonitor, &part, 1);
+  request(kUnmonitor, &part, 1, &answer, kRequestLimit);
 }
 
 bool Client::request(uint16_t type, const iovec* parts, size_t count, Pending* answer,
@@ -236,25 +239,24 @@ bool Client::request(uint16_t type, const iovec* parts, size_t count, Pending* a
 }
 
 bool Client::writeFrame(uint16_t type, const iovec* parts, size_t count) {
-  if (broken_) return false;
-  // Type 0: the parts are one whole frame already (a message block's kSend frame).
   iovec iov[5];
-  size_t n = 0;
-  FrameHeader header{0, type, 0};
-  if (type != 0) {
-    size_t length = 0;
-    for (size_t i = 0; i < count; ++i) length += parts[i].iov_len;
-    header.length = static_cast<uint32_t>(length);
-    iov[n++] = iovec{&header, sizeof header};
+  size_t length = 0;
+  for (size_t i = 0; i < count; ++i) {
+    iov[i + 1] = parts[i];
+    length += parts[i].iov_len;
   }
-  for (size_t i = 0; i < count; ++i) iov[n++] = parts[i];
+  FrameHeader header{static_cast<uint32_t>(length), type, 0};
+  iov[0] = iovec{&header, sizeof header};
+  return writeAll(iov, count + 1);
+}
 
+bool Client::writeAll(iovec* iov, size_t count) {
+  if (broken_) return false;
   std::lock_guard<std::mutex> lock(writeMu_);
-  iovec* cur = iov;
-  while (n > 0) {
+  while (count > 0) {
     msghdr msg{};
-    msg.msg_iov = cur;
-    msg.msg_iovlen = n;
+    msg.msg_iov = iov;
+    msg.msg_iovlen = count;
     const ssize_t written = ::sendmsg(fd_, &msg, MSG_NOSIGNAL);
     if (written < 0) {
       if (errno == EINTR) continue;
@@ -262,14 +264,14 @@ bool Client::writeFrame(uint16_t type, const iovec* parts, size_t count) {
       return false;
     }
     size_t left = static_cast<size_t>(written);
-    while (n > 0 && left >= cur->iov_len) {
-      left -= cur->iov_len;
-      ++cur;
-      --n;
+    while (count > 0 && left >= iov->iov_len) {
+      left -= iov->iov_len;
+      ++iov;
+      --count;
     }
-    if (n > 0) {
-      cur->iov_base = static_cast<char*>(cur->iov_base) + left;
-      cur->iov_len -= left;
+    if (count > 0) {
+      iov->iov_base = static_cast<char*>(iov->iov_base) + left;
+      iov->iov_len -= left;
     }
   }
   return true;

@@ -93,7 +93,10 @@ class Client {
   // its answer. False when the connection failed or the hub did not answer in time.
   bool request(uint16_t type, const iovec* parts, size_t count, Pending* answer,
                std::chrono::milliseconds limit);
+  // A frame of `type` whose body is `parts`.
   bool writeFrame(uint16_t type, const iovec* parts, size_t count);
+  // Whole frames, written as one piece.
+  bool writeAll(iovec* iov, size_t count);
   // Waits for something to happen: reads the socket if nobody else does, else sleeps until
   // the reader has sorted what it read. Called and returns with `lock` held.
   void waitOnce(std::unique_lock<std::mutex>& lock, const Deadline& deadline);

@@ -29,7 +29,7 @@ enum FrameType : uint16_t {
   kLocateAsync = 6,  // {u32 requester, u32 nameLength, name bytes, message bytes}
   kGetName = 7,      // {u32 req, u32 mbox}                       -> kReply value 1 + name, or 0
   kMonitor = 8,      // {u32 monitor, u32 watcher, u32 watched, message bytes}
-  kUnmonitor = 9,    // {u32 monitor}
+  kUnmonitor = 9,    // {u32 req, u32 monitor}                   -> kReply value 0
   kBye = 10,         // {u32 req}: all mailboxes of the process go   -> kReply value 0
   // Hub to process.
   kReply = 64,    // {u32 req, u32 value, data bytes}

@@ -223,8 +223,10 @@ bool Hub::handleFrame(HubConnection& conn, const FrameHeader& header, const char
                                 makeDeliverFrame(watcher, watched, body + 12, len - 12));
     }
     case kUnmonitor:
-      if (len != 4) return false;
-      directory_.unmonitor(self, loadU32(body));
+      // Answered, so that the caller knows no later death will fire it.
+      if (len != 8) return false;
+      directory_.unmonitor(self, loadU32(body + 4));
+      reply(conn, loadU32(body), 0);
       return true;
     case kBye:
       if (len != 4) return false;
