@@ -1,10 +1,12 @@
 #include "lmc/kvn_cpm_common_lm_hdl_lm.h"
 
 #include <errno.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <zlib.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 #include <vector>
 
@@ -18,6 +20,15 @@ using kvn::lmc::loadBe32;
 
 namespace {
 constexpr size_t kChunk = 32768;
+
+// Output of many megabytes lands in fresh memory; on kernels that offer them, huge pages
+// spare most of the page faults. Only advice: nothing changes where it is not taken.
+void adviseHugePages(void* p, size_t len) {
+  constexpr uintptr_t kHuge = 2 * 1024 * 1024;
+  const uintptr_t begin = (reinterpret_cast<uintptr_t>(p) + kHuge - 1) & ~(kHuge - 1);
+  const uintptr_t end = (reinterpret_cast<uintptr_t>(p) + len) & ~(kHuge - 1);
+  if (end > begin) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+}
 }  // namespace
 
 // Inflated output on its way to a string. zlib writes straight into blocks that grow
@@ -30,6 +41,7 @@ class KvnCpmCommon_lmHdlLm::OutputBlocks {
     if (m_blocks.empty() || m_blocks.back().used == m_blocks.back().cap) {
       size_t cap = m_blocks.empty() ? kFirstBlock : std::min(m_blocks.back().cap * 2, kMaxBlock);
       m_blocks.push_back({std::unique_ptr<unsigned char[]>(new unsigned char[cap]), cap, 0});
+      adviseHugePages(m_blocks.back().data.get(), cap);
     }
     Block& b = m_blocks.back();
     got = std::min(want, b.cap - b.used);
@@ -55,6 +67,7 @@ class KvnCpmCommon_lmHdlLm::OutputBlocks {
   void moveInto(std::string& s) {
     s.clear();
     s.reserve(m_total);
+    adviseHugePages(&s[0], s.capacity());
     for (const Block& b : m_blocks) s.append(reinterpret_cast<const char*>(b.data.get()), b.used);
     m_blocks.clear();
     m_total = 0;
@@ -202,7 +215,11 @@ bool KvnCpmCommon_lmHdlLm::savePlainToFile(const std::string& path) {
 
 bool KvnCpmCommon_lmHdlLm::savePlainToString(std::string& out) {
   if (!readLmDataHeader(m_data_p, m_dataLength)) return false;
-  out.assign(reinterpret_cast<const char*>(m_data_p), m_dataLength);
+  std::string data;
+  data.reserve(m_dataLength);
+  adviseHugePages(&data[0], data.capacity());
+  data.assign(reinterpret_cast<const char*>(m_data_p), m_dataLength);
+  out = std::move(data);
   return true;
 }
 
@@ -242,7 +259,11 @@ bool KvnCpmCommon_lmHdlLm::inflateData(OutputBlocks* blocks) {
 
   unsigned char chunk[kChunk];
   for (;;) {
-    const auto take = static_cast<uInt>(std::min<uint64_t>(kChunk, inLeft));
+    // Once the data header is off, output to memory takes the rest of the input at once and
+    // all the room a block has: fewer rounds through inflate, each of which also copies into
+    // its window, for the same result.
+    const bool direct = m_outFile == nullptr && blocks != nullptr && m_lmDataHeader_p;
+    const auto take = static_cast<uInt>(std::min<uint64_t>(direct ? UINT_MAX : kChunk, inLeft));
     if (take == 0) {
       inflateEnd(&strm);
       return true;
@@ -259,9 +280,9 @@ bool KvnCpmCommon_lmHdlLm::inflateData(OutputBlocks* blocks) {
 
     do {
       // Until the data header is read, output lands in the chunk, where it is taken off.
-      const bool direct = m_outFile == nullptr && blocks != nullptr && m_lmDataHeader_p;
+      const bool toBlocks = m_outFile == nullptr && blocks != nullptr && m_lmDataHeader_p;
       size_t space = kChunk;
-      unsigned char* out = direct ? blocks->room(kChunk, space) : chunk;
+      unsigned char* out = toBlocks ? blocks->room(SIZE_MAX, space) : chunk;
       strm.next_out = out;
       strm.avail_out = static_cast<uInt>(space);
       rc = inflate(&strm, Z_NO_FLUSH);
@@ -271,7 +292,7 @@ bool KvnCpmCommon_lmHdlLm::inflateData(OutputBlocks* blocks) {
         return false;
       }
       const size_t produced = space - strm.avail_out;
-      if (direct) {
+      if (toBlocks) {
         blocks->commit(produced);
         continue;
       }
