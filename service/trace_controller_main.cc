@@ -10,12 +10,15 @@
 #include "service/trace_controller_options.h"
 #include "service/trace_controller_routine_table_log.h"
 #include "tracing/log.h"
+#include "util/cmd_parser.h"
+#include "util/cmd_session_factory.h"
 #include "util/event.h"
 #include "util/hkm_pxm.h"
 #include "util/pxm_mainloop.h"
 #include "util/routine_proxy.h"
 #include "util/routine_table.h"
 #include "util/timer_queue.h"
+#include "util/zorf_cmd_parser.h"
 
 namespace {
 constexpr uint32_t kBaseSignalNo = 0x170802D;
@@ -50,10 +53,20 @@ int main(int argc, char** argv) {
     TraceControllerRoutineTableLog routineTableLog;
     kvn::RoutineTable routineTable(&pxm, kBaseSignalNo, &routineTableLog);
 
+    auto cmdSessionFactory = std::make_shared<kvn::CmdSessionFactory>();
+
     auto connectionMonitor = std::make_shared<kvn::DaxoConnectionMonitor>(connectEvent->getId());
     TraceControllerContext& context = TraceControllerContext::get();
     context.connectionMonitor = connectionMonitor.get();
     context.routineTable = &routineTable;
+
+    // The command tree; sub-commands are added below their root, from the root down.
+    auto zoth = std::make_shared<kvn::CmdParser>("zoth", "Base band trace session.");
+    cmdSessionFactory->addRootParser(zoth);
+    auto zorf = std::make_shared<kvn::ZorfCmdParser>("zorf", "Base band trace & error.");
+    cmdSessionFactory->addRootParser(zorf);
+    auto zomlek = std::make_shared<kvn::CmdParser>("zomlek", "Base band capacity session.");
+    cmdSessionFactory->addRootParser(zomlek);
 
     mainloop.setDispatcher(kBaseSignalNo,
                            [&routineTable](pxm_mbox_id_t sender, pxm_msg*& msg, size_t size) {
@@ -64,6 +77,7 @@ int main(int argc, char** argv) {
     routineTable.allocate(connectClient, kvn::DaxoConnectClient::kInitialConnectRoutine);
     routineTable.allocate(std::make_shared<kvn::RoutineProxy>(connectClient.get()),
                           kvn::DaxoConnectClient::kVersionConnectRoutine);
+    routineTable.allocate(cmdSessionFactory, 1);
     routineTable.allocate(connectionMonitor);
 
     StopSignalHandler::install(&mainloop);
