@@ -78,7 +78,7 @@ struct KvnTraceCtrlTaviPrintInd {
   uint16_t sequence;
   uint16_t stream;
   uint16_t length;
-  char text[2];
+  char text[1];
 };
 static_assert(offsetof(KvnTraceCtrlTaviPrintInd, text) == 18);
 

@@ -39,7 +39,7 @@ KVNSIG_HEADER_ONLY(KvnTraceObjectSetMaskCfmS, "KVN_TRACEOBJECT_SETMASK_CFM");  /
 struct KvnTraceObjectInjectManualTraceUreqS {
   KvnObsSubMessageWithSubMsgNo header;
   uint16_t nrOfWords;
-  uint8_t text[2];
+  uint8_t text[1];
   KVNSIG_BODY(KvnTraceObjectInjectManualTraceUreqS, "KVN_TRACEOBJECT_INJECT_UREQ");
   static constexpr size_t sizeFor(size_t words) {
     return offsetof(KvnTraceObjectInjectManualTraceUreqS, text) + 2 * words;
