@@ -106,6 +106,7 @@ void Client::deleteMailbox(pxm_mbox_id_t mbox) {
       inbox.queue.erase(stale, inbox.queue.end());
       if (inbox.mailboxes.empty()) inboxes_.erase(box);
     }
+    cv_.notify_all();  // a thread waiting on it returns
   }
   const iovec part{&mbox, sizeof mbox};
   writeFrame(kDelete, &part, 1);

@@ -259,13 +259,20 @@ BENCHMARK(BM_Throughput2K_Hub)->UseRealTime();
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs)
-      if (!run.error_occurred && run.run_type == Run::RT_Iteration)
-        perIteration_[run.run_name.function_name] = run.GetAdjustedRealTime();
+    // With --benchmark_repetitions the median stands for the benchmark.
+    for (const Run& run : runs) {
+      if (run.error_occurred) continue;
+      const std::string& name = run.run_name.function_name;
+      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
+        median_[name] = run.GetAdjustedRealTime();
+      else if (run.run_type == Run::RT_Iteration)
+        perIteration_[name] = run.GetAdjustedRealTime();
+    }
     ConsoleReporter::ReportRuns(runs);
   }
   void Finalize() override {
     ConsoleReporter::Finalize();
+    for (const auto& entry : median_) perIteration_[entry.first] = entry.second;
     for (const char* base : {"BM_RoundTrip64", "BM_Throughput2K"}) {
       const auto hub = perIteration_.find(std::string(base) + "_Hub");
       const auto direct = perIteration_.find(std::string(base) + "_Direct");
@@ -282,6 +289,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
  private:
   std::map<std::string, double> perIteration_;
+  std::map<std::string, double> median_;
 };
 
 }  // namespace
