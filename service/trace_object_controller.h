@@ -1,7 +1,9 @@
 #pragma once
-// Sends the trace object masks of one agent to its trace object manager, a batch at a time.
-// Made at each connect of an agent that deploys the trace object function. The masks
-// themselves stand in the agent's DaxoRecord.
+// Works out the trace object masks of one agent and sends them to its trace object manager,
+// one batch at a time: a later batch goes out only once the agent has confirmed the one before,
+// so a slow agent gets its changes in order and never two requests at once. Made at each
+// connect of an agent that deploys the trace object function; the masks themselves stand in
+// the agent's DaxoRecord, and are the truth for display even while a batch is in flight.
 
 #include <stdint.h>
 
@@ -11,28 +13,46 @@
 #include <vector>
 
 #include "service/daxo_proxies.h"
+#include "service/profile_mask_engine.h"
 #include "service/trace_object_mask.h"
+#include "util/callback_utils.h"
 
 namespace kvn {
 
-class TraceObjectController {
+class TraceObjectControllerInterface {
  public:
   using Done = std::function<void()>;
 
-  TraceObjectController(uint16_t bbmHwNumber, std::shared_ptr<TraceObjectProxy> proxy);
-  virtual ~TraceObjectController();
+  virtual ~TraceObjectControllerInterface() = default;
+  virtual std::vector<TraceObjectMask> getChanges() = 0;
+  virtual std::vector<TraceObjectMask> getAll() = 0;
+  virtual void setMasks(std::vector<TraceObjectMask> masks, Done done) = 0;
+  virtual void applyManualChanges() = 0;
+};
 
-  // The objects whose wanted mask differs from the one last sent.
-  virtual std::vector<TraceObjectMask> getChanges();
+class TraceObjectController : public TraceObjectControllerInterface, public CallbackUtils {
+ public:
+  TraceObjectController(uint16_t bbmHwNumber, std::shared_ptr<TraceObjectProxy> proxy);
+  ~TraceObjectController() override;
+
+  // Works every mask out again from the enabled profiles and the operator's forced bits, and
+  // gives the objects whose mask differs from what the model held. The model holds the new
+  // masks afterwards, sent or not.
+  std::vector<TraceObjectMask> getChanges() override;
   // One entry for every object of the agent, in list order.
-  virtual std::vector<TraceObjectMask> getAll();
-  // Queues a batch; `done` runs once the agent has confirmed it.
-  virtual void setMasks(std::vector<TraceObjectMask> masks, Done done);
+  std::vector<TraceObjectMask> getAll() override;
+  // Queues a batch; `done` runs once the agent has confirmed it, and never if the agent goes.
+  void setMasks(std::vector<TraceObjectMask> masks, Done done) override;
   // Lets the operator's forced bits win over the profiles.
-  virtual void applyManualChanges();
+  void applyManualChanges() override;
+
+  // The profile bits of this agent's objects, kept between calls.
+  ProfileMaskEngine& maskEngine() { return engine_; }
 
   uint16_t bbmHwNumber() const { return bbmHwNumber_; }
-  size_t pendingBatches() const { return pending_.size(); }
+  // Batches not yet confirmed: those queued and the one in flight.
+  size_t pendingBatches() const { return pending_.size() + (busy_ ? 1 : 0); }
+  bool busy() const { return busy_; }
 
  private:
   struct Batch {
@@ -40,10 +60,15 @@ class TraceObjectController {
     Done done;
   };
 
+  void sendFront();
+  void onConfirm();
+
   std::deque<Batch> pending_;
   bool busy_ = false;
   std::shared_ptr<TraceObjectProxy> proxy_;
   uint16_t bbmHwNumber_;
+  Done inFlight_;
+  ProfileMaskEngine engine_;
 };
 
 }  // namespace kvn

@@ -1,6 +1,9 @@
 #include "service/utrace_controller.h"
 
+#include <algorithm>
+#include <iomanip>
 #include <map>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -45,6 +48,34 @@ void UTraceController::load() {
   record.uTracePoints = std::move(points);
   record.uTraceIndex = std::move(index);
   defaults_ = std::move(defaults);
+}
+
+std::string UTraceController::statusList(const std::vector<UtracePoint>& points) {
+  std::vector<const UtracePoint*> enabled;
+  for (const UtracePoint& p : points)
+    if (p.enabled) enabled.push_back(&p);
+  std::sort(enabled.begin(), enabled.end(),
+            [](const UtracePoint* a, const UtracePoint* b) { return a->name < b->name; });
+  std::ostringstream out;
+  out << std::left;
+  std::string lastPrefix;
+  int count = 0;
+  for (const UtracePoint* p : enabled) {
+    const size_t dot = p->name.rfind('.');
+    const std::string prefix = dot == std::string::npos ? p->name : p->name.substr(0, dot);
+    const std::string suffix = dot == std::string::npos ? "" : p->name.substr(dot + 1);
+    if (prefix != lastPrefix) {
+      out << "\n" << std::setw(38) << prefix;
+      lastPrefix = prefix;
+      count = 1;
+    } else if (++count > 9) {
+      out << "\n" << std::setw(38) << "";
+      count = 1;
+    }
+    out << std::setw(4) << suffix << " ";
+  }
+  out << "\n";
+  return out.str();
 }
 
 }  // namespace kvn

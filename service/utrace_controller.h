@@ -4,7 +4,10 @@
 #include <stdint.h>
 
 #include <memory>
+#include <string>
 #include <vector>
+
+#include "service/utrace_point.h"
 
 namespace kvntrace {
 class TraceLmcReaderInterface;
@@ -23,6 +26,10 @@ class UTraceController {
   void load();
 
   const std::vector<uint16_t>& defaults() const { return defaults_; }
+
+  // The enabled points under the "Unique Trace Points" heading of the status: sorted by name,
+  // grouped by the text before the last dot, at most nine suffixes a line.
+  static std::string statusList(const std::vector<UtracePoint>& points);
 
  private:
   std::vector<uint16_t> defaults_;

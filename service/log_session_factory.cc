@@ -1,0 +1,34 @@
+#include "service/log_session_factory.h"
+
+#include "service/log_reset_cmd_session.h"
+#include "service/log_toggle_cmd_session.h"
+#include "util/cmd_parser_error.h"
+
+namespace kvn {
+
+std::shared_ptr<CmdSession> LogSessionFactory::createToggleSession(
+    const std::vector<uint16_t>& agents, const std::vector<std::string>& names, bool enable,
+    bool verbose) {
+  return std::make_shared<LogToggleCmdSession>(agents, names, enable, verbose);
+}
+
+std::shared_ptr<CmdSession> LogSessionFactory::createStatusSession(const std::vector<uint16_t>&,
+                                                                   bool) {
+  throw NotImplementedError("Command not implemented: status");
+}
+
+std::shared_ptr<CmdSession> LogSessionFactory::createSaveSession(const std::vector<uint16_t>&) {
+  throw NotImplementedError("Command not implemented: save");
+}
+
+std::shared_ptr<CmdSession> LogSessionFactory::createResetSession(
+    const std::vector<uint16_t>& agents) {
+  return std::make_shared<LogResetCmdSession>(agents, "", 0);
+}
+
+std::shared_ptr<CmdSession> LogSessionFactory::createResetSession(
+    const std::vector<uint16_t>& agents, const std::string& name, uint32_t mask) {
+  return std::make_shared<LogResetCmdSession>(agents, name, mask);
+}
+
+}  // namespace kvn
