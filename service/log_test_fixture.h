@@ -20,7 +20,9 @@
 #include "tracetables/bad_profile_exception.h"
 #include "tracetables/profile_provider.h"
 #include "util/cmd_layer_test_base.h"
+#include "util/cmd_session.h"
 #include "util/event.h"
+#include "util/tavi_command_proxy.h"
 
 namespace kvn::testing {
 
