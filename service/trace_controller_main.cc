@@ -7,6 +7,7 @@
 #include "service/daxo_connection_monitor.h"
 #include "service/stop_signal_handler.h"
 #include "service/trace_controller_context.h"
+#include "service/log_cmd_parser.h"
 #include "service/trace_controller_options.h"
 #include "service/trace_controller_routine_table_log.h"
 #include "tracing/log.h"
@@ -65,6 +66,7 @@ int main(int argc, char** argv) {
     cmdSessionFactory->addRootParser(zoth);
     auto zorf = std::make_shared<kvn::ZorfCmdParser>("zorf", "Base band trace & error.");
     cmdSessionFactory->addRootParser(zorf);
+    zorf->addSubcommand(std::make_shared<kvn::LogCmdParser>());
     auto zomlek = std::make_shared<kvn::CmdParser>("zomlek", "Base band capacity session.");
     cmdSessionFactory->addRootParser(zomlek);
 
