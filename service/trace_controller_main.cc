@@ -5,9 +5,9 @@
 
 #include "service/daxo_connect_client.h"
 #include "service/daxo_connection_monitor.h"
+#include "service/log_cmd_parser.h"
 #include "service/stop_signal_handler.h"
 #include "service/trace_controller_context.h"
-#include "service/log_cmd_parser.h"
 #include "service/trace_controller_options.h"
 #include "service/trace_controller_routine_table_log.h"
 #include "tracing/log.h"
