@@ -49,7 +49,12 @@ int AgentSimulator::run(const volatile sig_atomic_t& stop) {
   }
   findService();
   while (!stop && !serviceGone_) {
-    pxm_msg* msg = pxm_receive(nullptr, kReceiveTimeoutMs, PXM_FROM_ALL);
+    uint32_t timeout = kReceiveTimeoutMs;
+    if (options_.tick) {
+      const long next = options_.tick();
+      if (next >= 0 && next < static_cast<long>(timeout)) timeout = next < 1 ? 1 : next;
+    }
+    pxm_msg* msg = pxm_receive(nullptr, timeout, PXM_FROM_ALL);
     if (!msg) continue;
     handle(msg);
     if (msg) pxm_free(&msg);

@@ -6,6 +6,7 @@
 #include <signal.h>
 #include <stdint.h>
 
+#include <functional>
 #include <string>
 
 #include "daxo-sim/agent_description.h"
@@ -24,6 +25,9 @@ class AgentSimulator {
     std::string mailboxName;  // empty: the description's, else "daxo-sim-<number>"
     std::string nameSpace;    // empty: the default namespace
     bool reconnect = false;   // connect again when a service of that name comes back
+    // Runs before every wait for a message; gives how many ms it wants to run again within,
+    // or -1 for no wish.
+    std::function<long()> tick;
   };
 
   // The number of the message that the hub delivers when the service's mailbox exists.

@@ -4,16 +4,22 @@
 #include <getopt.h>
 #include <signal.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
+
+#include <chrono>
 
 #include <memory>
 #include <optional>
 
 #include "daxo-sim/agent_description.h"
 #include "daxo-sim/agent_simulator.h"
+#include "daxo-sim/confirm_sender.h"
 #include "daxo-sim/handler_registry.h"
 #include "daxo-sim/journal.h"
 #include "daxo-sim/journal_only_handler.h"
+#include "daxo-sim/trace_mask_handler.h"
+#include "daxo-sim/utrace_config_handler.h"
 
 namespace {
 
@@ -35,6 +41,8 @@ void usage(FILE* out) {
           "  --namespace NS     mailbox namespace\n"
           "  --reconnect        when the service goes, wait for it and connect again\n"
           "                     (without it the simulator ends when the service goes)\n"
+          "  --confirm-delay-ms N  hold each trace mask and utrace confirm for N ms\n"
+          "  --drop-confirms    never confirm a trace mask or utrace request\n"
           "  --help             this text\n");
 }
 
@@ -46,15 +54,30 @@ int main(int argc, char** argv) {
   AgentSimulator::Options options;
   std::string journalPath;
   std::optional<std::string> lmcPath;
-  enum { kService = 1, kMailbox, kJournal, kLmcPath, kNamespace, kReconnect, kHelp };
-  static const struct option longOptions[] = {{"service", required_argument, nullptr, kService},
-                                              {"mailbox", required_argument, nullptr, kMailbox},
-                                              {"journal", required_argument, nullptr, kJournal},
-                                              {"lmc-path", required_argument, nullptr, kLmcPath},
-                                              {"namespace", required_argument, nullptr, kNamespace},
-                                              {"reconnect", no_argument, nullptr, kReconnect},
-                                              {"help", no_argument, nullptr, kHelp},
-                                              {nullptr, 0, nullptr, 0}};
+  long confirmDelayMs = 0;
+  bool dropConfirms = false;
+  enum {
+    kService = 1,
+    kMailbox,
+    kJournal,
+    kLmcPath,
+    kNamespace,
+    kReconnect,
+    kConfirmDelay,
+    kDropConfirms,
+    kHelp
+  };
+  static const struct option longOptions[] = {
+      {"service", required_argument, nullptr, kService},
+      {"mailbox", required_argument, nullptr, kMailbox},
+      {"journal", required_argument, nullptr, kJournal},
+      {"lmc-path", required_argument, nullptr, kLmcPath},
+      {"namespace", required_argument, nullptr, kNamespace},
+      {"reconnect", no_argument, nullptr, kReconnect},
+      {"confirm-delay-ms", required_argument, nullptr, kConfirmDelay},
+      {"drop-confirms", no_argument, nullptr, kDropConfirms},
+      {"help", no_argument, nullptr, kHelp},
+      {nullptr, 0, nullptr, 0}};
   for (int c; (c = getopt_long(argc, argv, "", longOptions, nullptr)) != -1;) {
     switch (c) {
       case kService:
@@ -74,6 +97,18 @@ int main(int argc, char** argv) {
         break;
       case kReconnect:
         options.reconnect = true;
+        break;
+      case kConfirmDelay: {
+        char* end = nullptr;
+        confirmDelayMs = strtol(optarg, &end, 10);
+        if (*optarg == '\0' || *end != '\0' || confirmDelayMs < 0) {
+          fprintf(stderr, "daxo-sim: --confirm-delay-ms takes a number of milliseconds\n");
+          return 2;
+        }
+        break;
+      }
+      case kDropConfirms:
+        dropConfirms = true;
         break;
       case kHelp:
         usage(stdout);
@@ -98,7 +133,21 @@ int main(int argc, char** argv) {
         journalPath.empty() ? std::make_unique<kvn::daxosim::Journal>()
                             : std::make_unique<kvn::daxosim::Journal>(journalPath);
     kvn::daxosim::HandlerRegistry handlers(std::make_unique<kvn::daxosim::JournalOnlyHandler>());
+    using kvn::daxosim::ConfirmSender;
+    ConfirmSender confirms(*journal,
+                           dropConfirms         ? ConfirmSender::Mode::kDropped
+                           : confirmDelayMs > 0 ? ConfirmSender::Mode::kDelayed
+                                                : ConfirmSender::Mode::kAtOnce,
+                           std::chrono::milliseconds(confirmDelayMs));
+    handlers.add(kvn::daxosim::TraceMaskHandler::kImplementsCode,
+                 std::make_unique<kvn::daxosim::TraceMaskHandler>(confirms));
+    handlers.add(kvn::daxosim::UtraceConfigHandler::kImplementsCode,
+                 std::make_unique<kvn::daxosim::UtraceConfigHandler>(confirms));
     handlers.deployAll(description);
+    options.tick = [&confirms] {
+      confirms.sendDue();
+      return confirms.msUntilNext();
+    };
 
     struct sigaction sa;
     memset(&sa, 0, sizeof sa);

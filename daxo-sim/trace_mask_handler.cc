@@ -1,0 +1,49 @@
+#include "daxo-sim/trace_mask_handler.h"
+
+#include <stdexcept>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace kvn::daxosim {
+
+namespace {
+
+uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
+uint32_t be32(const uint8_t* p) {
+  return static_cast<uint32_t>(p[0]) << 24 | static_cast<uint32_t>(p[1]) << 16 |
+         static_cast<uint32_t>(p[2]) << 8 | p[3];
+}
+
+constexpr uint16_t kSetMaskReq = 0, kSetMaskCfm = 1;
+constexpr size_t kEntrySize = 6;
+
+}  // namespace
+
+void TraceMaskHandler::handle(const Request& request, const ReplyPath& reply,
+                              nlohmann::json& entry) {
+  if (request.submsgno != kSetMaskReq) {
+    entry["answered"] = false;  // an injected trace text: nothing to answer
+    return;
+  }
+  if (request.bodySize < 2) throw std::runtime_error("set mask request without a count");
+  const uint16_t count = be16(request.body);
+  if (request.bodySize < 2 + kEntrySize * count)
+    throw std::runtime_error("set mask request of " + std::to_string(count) +
+                             " entries is too short");
+  nlohmann::json masks = nlohmann::json::array();
+  for (uint16_t i = 0; i < count; ++i) {
+    const uint8_t* e = request.body + 2 + kEntrySize * i;
+    const uint16_t strId = be16(e);
+    const uint32_t mask = be32(e + 2);
+    masks_[strId] = mask;
+    masks.push_back({{"strId", strId}, {"mask", mask}});
+  }
+  entry["masks"] = masks;
+  nlohmann::json state = nlohmann::json::object();
+  for (const auto& [strId, mask] : masks_) state[std::to_string(strId)] = mask;
+  entry["state"] = state;
+  entry["confirm"] = confirms_.confirm(reply, kSetMaskCfm);
+}
+
+}  // namespace kvn::daxosim

@@ -1,0 +1,30 @@
+#pragma once
+// The agent's trace object manager (IMPLEMENTS 14): keeps a group mask for each trace object it
+// was told of, replaces it with every "KVN_TRACEOBJECT_SETMASK_REQ" entry and confirms. The
+// journal line carries the entries and the whole table afterwards.
+
+#include <stdint.h>
+
+#include <map>
+
+#include "daxo-sim/agent_handler.h"
+#include "daxo-sim/confirm_sender.h"
+
+namespace kvn::daxosim {
+
+class TraceMaskHandler : public AgentHandler {
+ public:
+  static constexpr uint16_t kImplementsCode = 14;
+
+  explicit TraceMaskHandler(ConfirmSender& confirms) : confirms_(confirms) {}
+
+  void handle(const Request& request, const ReplyPath& reply, nlohmann::json& entry) override;
+
+  const std::map<uint16_t, uint32_t>& masks() const { return masks_; }
+
+ private:
+  ConfirmSender& confirms_;
+  std::map<uint16_t, uint32_t> masks_;  // by strId
+};
+
+}  // namespace kvn::daxosim
