@@ -51,7 +51,8 @@ int CommandRunner::finish(bool succeeded, int status) {
   return status;
 }
 
-int CommandRunner::run(MailboxId service, uint16_t routine, const std::vector<std::string>& words) {
+int CommandRunner::run(const std::string& serviceName, MailboxId service, uint16_t routine,
+                       const std::vector<std::string>& words) {
   const std::vector<uint8_t> request = CommandRequest::encode(words, routine);
   const MonitorId watch = mailbox_.monitor(service);
   struct Unwatch {
@@ -80,6 +81,7 @@ int CommandRunner::run(MailboxId service, uint16_t routine, const std::vector<st
     }
   };
 
+  unsigned quietPolls = 0;
   for (;;) {
     const unsigned nowInterrupts = interrupts_();
     if (nowInterrupts != seenInterrupts) {
@@ -98,7 +100,13 @@ int CommandRunner::run(MailboxId service, uint16_t routine, const std::vector<st
     }
 
     Mailbox::Received m;
-    if (!mailbox_.receive(kPollMs, &m)) continue;
+    if (!mailbox_.receive(kPollMs, &m)) {
+      if (++quietPolls % kQuietPollsPerCheck == 0 && mailbox_.locate(serviceName) != service) {
+        notify_("lost the service in the middle of the command (the service or the hub went away)");
+        return finish(false, kExitServiceGone);
+      }
+      continue;
+    }
     uint32_t signal = 0;
     if (m.size >= sizeof signal) memcpy(&signal, m.data, sizeof signal);
     if (signal == kMailboxGone) {

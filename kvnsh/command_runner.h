@@ -21,6 +21,9 @@ class CommandRunner {
  public:
   // How often the wait looks at the interrupt count.
   static constexpr uint32_t kPollMs = 100;
+  // Quiet polls after which the wait asks the hub whether the service is still there: a hub
+  // that goes away takes the watch with it.
+  static constexpr unsigned kQuietPollsPerCheck = 10;
 
   // `interrupts` gives the number of Ctrl-Cs so far; `notify` takes a line for the operator's
   // error stream.
@@ -30,7 +33,8 @@ class CommandRunner {
   // The command's result, or one of the ExitStatus values. `routine` is the shell's routine
   // number for this command; each command should have its own, so that late messages of an
   // earlier one are told apart. The words must fit a request (CommandRequest::fits).
-  int run(MailboxId service, uint16_t routine, const std::vector<std::string>& words);
+  int run(const std::string& serviceName, MailboxId service, uint16_t routine,
+          const std::vector<std::string>& words);
 
  private:
   void sendAbort(MailboxId to, uint16_t lifeRoutine, uint16_t routine);

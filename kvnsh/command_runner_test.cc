@@ -33,7 +33,7 @@ struct Sent {
 // message so that a faulty runner fails the test instead of hanging it.
 class FakeMailbox : public Mailbox {
  public:
-  MailboxId locate(const std::string&) override { return kService; }
+  MailboxId locate(const std::string&) override { return located; }
   bool send(MailboxId to, const uint8_t* data, size_t size) override {
     Sent s{to, {}, std::vector<uint8_t>(data, data + size)};
     EXPECT_TRUE(WireHeader::decode(data, size, &s.header));
@@ -102,6 +102,7 @@ class FakeMailbox : public Mailbox {
   std::function<void()> idle;
   std::function<void(const Sent&)> onSend;
   int idleRounds = 0;
+  MailboxId located = kService;
 };
 
 class CommandRunnerTest : public ::testing::Test {
@@ -114,7 +115,7 @@ class CommandRunnerTest : public ::testing::Test {
     CommandRunner runner(
         mbox_, out, [this] { return interrupts_; },
         [this](const std::string& s) { notes_.push_back(s); });
-    return runner.run(kService, kMe, words);
+    return runner.run("svc", kService, kMe, words);
   }
   std::string output() {
     std::string s;
@@ -195,6 +196,13 @@ TEST_F(CommandRunnerTest, ServiceDeathEndsTheWait) {
   EXPECT_THAT(notes_.back(), HasSubstr("went away"));
 }
 
+TEST_F(CommandRunnerTest, ServiceNoLongerFoundEndsTheWait) {
+  mbox_.accept();
+  mbox_.located = kNoMailbox;  // the hub went away, and the watch with it
+  EXPECT_EQ(run(), kExitServiceGone);
+  EXPECT_THAT(notes_.back(), HasSubstr("lost the service"));
+}
+
 TEST_F(CommandRunnerTest, InterruptBeforeAcceptAbortsOnceAcceptedAndWaitsForTheEnd) {
   interrupts_ = 4;  // earlier Ctrl-Cs do not count
   mbox_.onSend = [this](const Sent& s) {
@@ -261,7 +269,7 @@ TEST_F(CommandRunnerTest, UnwritableOutputAbortsTheCommand) {
   mbox_.idle = [this] {
     if (mbox_.sentOf(kAbort).size() == 1 && mbox_.sentOf(kEnded).empty()) mbox_.end(1);
   };
-  EXPECT_EQ(runner.run(kService, kMe, {"zoth", "info"}), kExitOutputFailed);
+  EXPECT_EQ(runner.run("svc", kService, kMe, {"zoth", "info"}), kExitOutputFailed);
   close(fds[1]);
   EXPECT_EQ(mbox_.sentOf(kAbort).size(), 1u);
   EXPECT_EQ(mbox_.sentOf(kText).size(), 1u);  // confirmed all the same

@@ -11,7 +11,7 @@ enum ExitStatus : int {
   kExitNoService = 102,              // no mailbox of the service's name
   kExitRefusedVersion = 103,         // refused: bad protocol version
   kExitRefusedNotImplemented = 104,  // refused: command not implemented
-  kExitServiceGone = 105,            // the service went away in the middle of the command
+  kExitServiceGone = 105,            // the service or the hub went away mid-command
   kExitOutputFailed = 106,           // the output could not be written
   kExitInterrupted = 107,            // a second Ctrl-C: the shell stopped waiting for the end
   kExitProtocolError = 108,          // the service refused for a reason this shell does not know

@@ -110,6 +110,14 @@ TEST_F(KvnshProcessTest, ServiceDyingMidCommandEndsTheWait) {
   EXPECT_THAT(shell_->err(), HasSubstr("the service went away in the middle of the command"));
 }
 
+TEST_F(KvnshProcessTest, HubDyingMidCommandEndsTheWait) {
+  Process shell(dir_, "waiting", kKvnsh, {"zoth", "wait"});
+  ASSERT_TRUE(eventually([&] { return contains(shell.out(), "waiting\n"); })) << shell.err();
+  hub_->process().signal(SIGKILL);
+  EXPECT_EQ(shell.wait(), kExitServiceGone);
+  EXPECT_THAT(shell.err(), HasSubstr("lost the service in the middle of the command"));
+}
+
 TEST_F(KvnshProcessTest, CtrlCAbortsTheCommandAndWaitsForItsEnd) {
   Process shell(dir_, "waiting", kKvnsh, {"zoth", "wait"});
   ASSERT_TRUE(eventually([&] { return contains(shell.out(), "waiting\n"); })) << shell.err();

@@ -50,7 +50,7 @@ int Shell::runWords(const std::vector<std::string>& words) {
   fflush(stdout);
   ChunkWriter out(STDOUT_FILENO, binary_.get());
   CommandRunner runner(mailbox_, out, &InterruptCounter::count, say);
-  return runner.run(service, nextRoutine(), words);
+  return runner.run(options_.service, service, nextRoutine(), words);
 }
 
 int Shell::runLine(const std::string& line, bool* quit) {
