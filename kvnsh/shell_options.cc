@@ -84,56 +84,46 @@ bool ShellOptions::parse(int argc, const char* const* argv, const Getenv& getenv
 }
 
 std::string ShellOptions::usage() {
-  auto n = [](int status) { return std::to_string(status); };
-  return "Usage: kvnsh [OPTIONS] [COMMAND [ARGUMENTS...]]\n"
-         "       zoth|zorf|zomlek [ARGUMENTS...]\n"
-         "\n"
-         "The operators' shell of kvn-tracecontroller. With a command, runs it and exits with\n"
-         "its result; without one, reads command lines at a prompt (line editing, history in\n"
-         "~/.kvnsh_history), one command per line, split into words as a POSIX shell does.\n"
-         "Called as zoth, zorf or zomlek, every argument belongs to that command.\n"
-         "Prompt commands besides the service's: help, exit [STATUS], quit.\n"
-         "\n"
-         "Options:\n"
-         "  -s, --service NAME    mailbox name of the service (default kvn-tracecontroller;\n"
-         "                        environment KVNSH_SERVICE)\n"
-         "  -n, --namespace NS    mailbox namespace (environment KVNSH_NAMESPACE)\n"
-         "  -o, --output FILE     write binary output (stream 1, e.g. a recorder dump) to FILE\n"
-         "                        instead of base64 on standard output; FILE is replaced only\n"
-         "                        when the command succeeds, else the data is kept in\n"
-         "                        FILE.partial (environment KVNSH_OUTPUT)\n"
-         "  -h, --help            show this text\n"
-         "\n"
-         "Ctrl-C during a command aborts it and waits for its end; a second Ctrl-C stops waiting.\n"
-         "\n"
-         "Exit status: the command's result (0 to 255; commands use 0 success, 1 failure,\n"
-         "2 no such subcommand), or one of the shell's own:\n"
-         "  " +
-         n(kExitUsage) +
-         "  bad option or command line (e.g. an unterminated quote); nothing sent\n"
-         "  " +
-         n(kExitNoHub) +
-         "  the mailbox hub (pxmd) cannot be reached\n"
-         "  " +
-         n(kExitNoService) +
-         "  the service's mailbox does not exist\n"
-         "  " +
-         n(kExitRefusedVersion) +
-         "  the service refused the command: bad protocol version\n"
-         "  " +
-         n(kExitRefusedNotImplemented) +
-         "  the service refused the command: command not implemented\n"
-         "  " +
-         n(kExitServiceGone) +
-         "  the service went away in the middle of the command\n"
-         "  " +
-         n(kExitOutputFailed) +
-         "  the output could not be written\n"
-         "  " +
-         n(kExitInterrupted) +
-         "  interrupted twice; the shell stopped waiting for the command\n"
-         "  " +
-         n(kExitProtocolError) + "  the service refused the command for an unknown reason\n";
+  static const struct {
+    int status;
+    const char* meaning;
+  } kStatuses[] = {
+      {kExitUsage, "bad option or command line (e.g. an unterminated quote); nothing sent"},
+      {kExitNoHub, "the mailbox hub (pxmd) cannot be reached"},
+      {kExitNoService, "the service's mailbox does not exist"},
+      {kExitRefusedVersion, "the service refused the command: bad protocol version"},
+      {kExitRefusedNotImplemented, "the service refused the command: command not implemented"},
+      {kExitServiceGone, "the service (or the hub) went away in the middle of the command"},
+      {kExitOutputFailed, "the output could not be written"},
+      {kExitInterrupted, "interrupted twice; the shell stopped waiting for the command"},
+      {kExitProtocolError, "the service refused the command for an unknown reason"},
+  };
+  std::string text =
+      "Usage: kvnsh [OPTIONS] [COMMAND [ARGUMENTS...]]\n"
+      "       zoth|zorf|zomlek [ARGUMENTS...]\n"
+      "\n"
+      "The operators' shell of kvn-tracecontroller. With a command, runs it and exits with\n"
+      "its result; without one, reads command lines at a prompt (line editing, history in\n"
+      "~/.kvnsh_history), one command per line, split into words as a POSIX shell does.\n"
+      "Called as zoth, zorf or zomlek, every argument belongs to that command.\n"
+      "Prompt commands besides the service's: help, exit [STATUS], quit.\n"
+      "\n"
+      "Options:\n"
+      "  -s, --service NAME    mailbox name of the service (default kvn-tracecontroller;\n"
+      "                        environment KVNSH_SERVICE)\n"
+      "  -n, --namespace NS    mailbox namespace (environment KVNSH_NAMESPACE)\n"
+      "  -o, --output FILE     write binary output (stream 1, e.g. a recorder dump) to FILE\n"
+      "                        instead of base64 on standard output; FILE is replaced only\n"
+      "                        when the command succeeds, else the data is kept in\n"
+      "                        FILE.partial (environment KVNSH_OUTPUT)\n"
+      "  -h, --help            show this text\n"
+      "\n"
+      "Ctrl-C during a command aborts it and waits for its end; a second Ctrl-C stops waiting.\n"
+      "\n"
+      "Exit status: the command's result (0 to 255; commands use 0 success, 1 failure,\n"
+      "2 no such subcommand), or one of the shell's own:\n";
+  for (const auto& s : kStatuses) text += "  " + std::to_string(s.status) + "  " + s.meaning + "\n";
+  return text;
 }
 
 }  // namespace kvnsh
