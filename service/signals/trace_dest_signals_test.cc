@@ -22,10 +22,10 @@ TEST(TraceDestSignalsTest, AllocConfirmTurnsTheMacWordByWord) {
   KvnTraceDestAllocCfmS cfm;
   std::memcpy(&cfm, wire, sizeof cfm);
   KvnTraceDestAllocCfmS::toHost(&cfm, sizeof cfm);
-  EXPECT_EQ(cfm.portId, 5);
-  EXPECT_EQ(cfm.agentVlan, 100);
-  EXPECT_EQ(cfm.sourceInfoA, 0x0A0B0C0Du);
-  EXPECT_EQ(cfm.sourceInfoB, 0x0102);
+  EXPECT_EQ(+cfm.portId, 5);
+  EXPECT_EQ(+cfm.agentVlan, 100);
+  EXPECT_EQ(+cfm.sourceInfoA, 0x0A0B0C0Du);
+  EXPECT_EQ(+cfm.sourceInfoB, 0x0102);
   // Copied on as it stands, the MAC's bytes have changed places pairwise.
   uint8_t mac[6];
   std::memcpy(mac, cfm.sourceMac, 6);
@@ -41,8 +41,8 @@ TEST(TraceDestSignalsTest, OpenConfirmReadsNoMoreSocketsThanTheMessageHolds) {
   buf[15] = 0x34;
   auto* cfm = reinterpret_cast<KvnTraceDestOpenCfmS*>(buf.data());
   KvnTraceDestOpenCfmS::toHost(cfm, KvnTraceDestOpenCfmS::sizeFor(1));
-  EXPECT_EQ(cfm->count, 3);
-  EXPECT_EQ(cfm->socketId[0], 0x1234);
+  EXPECT_EQ(+cfm->count, 3);
+  EXPECT_EQ(+cfm->socketId[0], 0x1234);
   for (size_t i = KvnTraceDestOpenCfmS::sizeFor(1); i < buf.size(); ++i) EXPECT_EQ(buf[i], 0xAA);
 }
 

@@ -42,9 +42,9 @@ TEST(TraceObjectSignalsTest, SetMaskEntriesGoBigEndianAndComeBack) {
   EXPECT_EQ(buf.be32(22), 0x80000001u);
 
   KvnTraceObjectSetMaskReqS::toHost(req, size);
-  EXPECT_EQ(req->count, 2);
-  EXPECT_EQ(req->entries[1].strId, 0x0102);
-  EXPECT_EQ(req->entries[1].mask, 0x80000001u);
+  EXPECT_EQ(+req->count, 2);
+  EXPECT_EQ(+req->entries[1].strId, 0x0102);
+  EXPECT_EQ(+req->entries[1].mask, 0x80000001u);
   EXPECT_TRUE(buf.spareUntouched());
 }
 
@@ -55,7 +55,7 @@ TEST(TraceObjectSignalsTest, CountBeyondTheMessageTurnsOnlyWhatIsThere) {
   buf.bytes[13] = 0x00;
   auto* req = buf.as<KvnTraceObjectSetMaskReqS>();
   KvnTraceObjectSetMaskReqS::toHost(req, size);
-  EXPECT_EQ(req->count, 0xFF00);
+  EXPECT_EQ(+req->count, 0xFF00);
   EXPECT_TRUE(buf.spareUntouched());
 
   // Shorter than the count field itself.
@@ -81,7 +81,7 @@ TEST(TraceObjectSignalsTest, InjectedTextArrivesInItsOwnOrder) {
 
   // The receiver turns the count only and reads the text as it stands.
   KvnTraceObjectInjectManualTraceUreqS::toHost(ind, size);
-  EXPECT_EQ(ind->nrOfWords, 2);
+  EXPECT_EQ(+ind->nrOfWords, 2);
   EXPECT_EQ(std::memcmp(buf.bytes.data() + 14, "abcd", 4), 0);
 }
 
