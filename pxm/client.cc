@@ -214,6 +214,16 @@ void Client::unmonitor(pxm_monitor_id_t monitor) {
   request(kUnmonitor, &part, 1, &answer, kRequestLimit);
 }
 
+bool Client::call(uint16_t type, const std::string& body, uint32_t* value, std::string* data,
+                  std::chrono::milliseconds limit) {
+  Pending answer;
+  const iovec part{const_cast<char*>(body.data()), body.size()};
+  if (!request(type, &part, 1, &answer, limit)) return false;
+  *value = answer.value;
+  *data = std::move(answer.data);
+  return true;
+}
+
 bool Client::request(uint16_t type, const iovec* parts, size_t count, Pending* answer,
                      std::chrono::milliseconds limit) {
   uint32_t req;

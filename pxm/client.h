@@ -66,6 +66,17 @@ class Client {
   pxm_monitor_id_t monitor(pxm_mbox_id_t mbox, MessageBlock* block);
   void unmonitor(pxm_monitor_id_t monitor);
 
+  // A name service request of `type` whose body, after the request tag, is `body`; the
+  // answer's value and data. False when the connection failed or the hub did not answer
+  // within `limit`.
+  bool call(uint16_t type, const std::string& body, uint32_t* value, std::string* data,
+            std::chrono::milliseconds limit);
+  // `mbox` if it is a mailbox of this process, the calling thread's first for PXM_MY_MBOX,
+  // else PXM_NO_MBOX (reported as a misuse of `function`).
+  pxm_mbox_id_t ownMailbox(pxm_mbox_id_t mbox, const char* function) {
+    return resolveFrom(mbox, function);
+  }
+
  private:
   using Clock = std::chrono::steady_clock;
   using Deadline = std::optional<Clock::time_point>;  // none: no limit
@@ -121,5 +132,8 @@ class Client {
   std::unordered_map<pxm_mbox_id_t, MailboxInfo> mailboxes_;
   std::unordered_map<uint32_t, Pending> pending_;
 };
+
+// The process's client, null (reported as a misuse of `function`) before pxm_init.
+std::shared_ptr<Client> currentClient(const char* function);
 
 }  // namespace pxm

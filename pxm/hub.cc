@@ -43,6 +43,9 @@ Hub::Hub(int listenFd, int stopFd)
       nextConn_(kFirstConn),
       directory_([this](MailboxDirectory::ConnId to, std::vector<char>&& frame) {
         deliver(to, std::move(frame));
+      }),
+      names_(directory_, [this](MailboxDirectory::ConnId to, std::vector<char>&& frame) {
+        deliver(to, std::move(frame));
       }) {
   epoll_ = ::epoll_create1(EPOLL_CLOEXEC);
   spare_ = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
@@ -179,6 +182,7 @@ bool Hub::handleFrame(HubConnection& conn, const FrameHeader& header, const char
     }
     case kDelete:
       if (len != 4) return false;
+      if (directory_.owns(self, loadU32(body))) names_.mailboxGone(loadU32(body));
       directory_.remove(self, loadU32(body));
       return true;
     case kSend: {
@@ -230,11 +234,18 @@ bool Hub::handleFrame(HubConnection& conn, const FrameHeader& header, const char
       return true;
     case kBye:
       if (len != 4) return false;
+      names_.connectionGone(self);
       directory_.removeAll(self);
       reply(conn, loadU32(body), 0);
       return true;
-    default:
-      return false;
+    default: {
+      if (header.type < kNameServiceFirst || header.type > kNameServiceLast || len < 4)
+        return false;
+      NameServer::Answer answer;
+      if (!names_.handle(self, header.type, body + 4, len - 4, &answer)) return false;
+      reply(conn, loadU32(body), answer.value, answer.data.data(), answer.data.size());
+      return true;
+    }
   }
 }
 
@@ -308,6 +319,7 @@ void Hub::closeDoomed() {
       if (node.empty()) continue;
       ::epoll_ctl(epoll_, EPOLL_CTL_DEL, node.mapped()->fd(), nullptr);
       // Gone from conns_ first, so that its mailboxes' monitors do not write to it.
+      names_.connectionGone(id);
       directory_.removeAll(id);
     }
     // Monitors fired by those deaths go out now.

@@ -14,6 +14,7 @@
 #include "pxm/frame.h"
 #include "pxm/hub_connection.h"
 #include "pxm/mailbox_directory.h"
+#include "pxm/name_server.h"
 
 namespace pxm {
 
@@ -53,6 +54,7 @@ class Hub {
   std::vector<uint64_t> dirty_;
   std::vector<uint64_t> doomed_;
   MailboxDirectory directory_;
+  NameServer names_;  // after the directory, which it reads
 };
 
 }  // namespace pxm

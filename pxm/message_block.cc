@@ -37,7 +37,7 @@ MessageBlock* MessageBlock::create(size_t size, uint32_t msgno) {
   if (!mem) return nullptr;
   auto* block = new (mem) MessageBlock;
   block->magic_ = kMagic;
-  block->reserved_ = 0;
+  block->chained_ = 0;
   block->capacity_ = capacity;
   block->header_ = FrameHeader{static_cast<uint32_t>(sizeof(Route) + size), kSend, 0};
   block->route_ = Route{PXM_NO_MBOX, PXM_NO_MBOX};
@@ -56,7 +56,7 @@ MessageBlock* MessageBlock::fromWire(const Route& route, const char* message, si
   if (!mem) return nullptr;
   auto* block = new (mem) MessageBlock;
   block->magic_ = kMagic;
-  block->reserved_ = 0;
+  block->chained_ = 0;
   block->capacity_ = size;
   block->header_ = FrameHeader{static_cast<uint32_t>(sizeof(Route) + size), kSend, 0};
   block->route_ = route;
@@ -88,8 +88,19 @@ void MessageBlock::destroy() {
 }
 
 void MessageBlock::release() {
-  unregister();
-  destroy();
+  // A list is walked, not recursed into, and each link is checked against the registry
+  // before it is followed: a caller may have freed an inner entry already.
+  for (MessageBlock* block = this; block;) {
+    MessageBlock* next = nullptr;
+    if (block->chained_ && block->capacity_ >= sizeof(pxm_msg*)) {
+      pxm_msg* link;
+      std::memcpy(&link, block->bytes(), sizeof link);
+      next = find(link);
+    }
+    block->unregister();
+    block->destroy();
+    block = next;
+  }
 }
 
 bool MessageBlock::resize(size_t size) {

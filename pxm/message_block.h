@@ -34,8 +34,12 @@ class MessageBlock {
   void unregister();
   // Frees a block that is out of the registry.
   void destroy();
-  // unregister() and destroy().
+  // unregister() and destroy(); for a chained block (a name server lookup list), also the
+  // blocks that follow it.
   void release();
+  // Marks the block as an entry of a list whose first payload word points to the next entry's
+  // payload (or is null), so that releasing it releases the rest of the list as well.
+  void setChained() { chained_ = 1; }
 
   pxm_msg* payload() { return reinterpret_cast<pxm_msg*>(this + 1); }
   const char* payloadBytes() const { return reinterpret_cast<const char*>(this + 1); }
@@ -60,7 +64,7 @@ class MessageBlock {
   char* bytes() { return reinterpret_cast<char*>(this + 1); }
 
   uint32_t magic_;
-  uint32_t reserved_;
+  uint32_t chained_;  // 1: the first payload word links to the next block of a list
   size_t capacity_;  // message bytes the block has room for
   FrameHeader header_;
   Route route_;

@@ -90,6 +90,10 @@ MessageBlock* checked(union pxm_msg* msg, const char* function) {
 
 }  // namespace
 
+namespace pxm {
+std::shared_ptr<Client> currentClient(const char* function) { return current(function); }
+}  // namespace pxm
+
 extern "C" {
 
 int32_t pxm_init(int32_t mailbox_count, int32_t alloc_scheme, const void* scheme_params,
