@@ -1,10 +1,409 @@
-// The name server through libpxm, against a real hub, with real processes.
+// The name server through libpxm, against a real hub in a private run directory, with forked
+// processes as publishers, and the pxm-ns tool as a process.
 #include "pxm/ns.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <stdio.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "pxm/child_process.h"
+#include "pxm/frame.h"
+#include "pxm/ns_admin.h"
+#include "pxm/ns_frame.h"
+#include "pxm/test_hub.h"
+
+namespace pxm {
 namespace {
 
-TEST(NsTest, Placeholder) {}
+using testing::ChildProcess;
+using testing::TestHub;
+
+constexpr uint32_t kLimitMs = 10000;  // generous bound for anything that must arrive
+constexpr uint32_t kReady = 0x5101;
+constexpr uint32_t kQuit = 0x5102;
+
+int32_t init() { return pxm_init(2, 0, nullptr, nullptr, 0); }
+
+// One received indication, copied out.
+struct Indication {
+  uint32_t msgno = 0;
+  uint32_t subscription = 0;
+  uint64_t tag = 0;
+  uint32_t publisher = 0;
+  std::string service;
+  std::string huntpath;
+};
+
+// The next name server message for this thread's mailbox, or msgno 0 after the time-out.
+Indication receiveIndication(uint32_t timeoutMs = kLimitMs) {
+  static const uint32_t filter[] = {3, VOLD_SUBSCRIBE_RSP, VOLD_SERVICE_ADDED_IND,
+                                    VOLD_SERVICE_REMOVED_IND};
+  Indication ind;
+  pxm_msg* msg = pxm_receive(filter, timeoutMs, PXM_FROM_ALL);
+  if (!msg) return ind;
+  const char* m = reinterpret_cast<const char*>(msg);
+  std::memcpy(&ind.msgno, m, 4);
+  std::memcpy(&ind.subscription, m + 4, 4);
+  if (ind.msgno == VOLD_SUBSCRIBE_RSP) {
+    std::memcpy(&ind.tag, m + 8, 8);
+  } else {
+    uint32_t nameSize;
+    std::memcpy(&ind.publisher, m + 8, 4);
+    std::memcpy(&nameSize, m + 12, 4);
+    ind.service = m + NS_SERVICE_IND_HEADER;
+    ind.huntpath = m + NS_SERVICE_IND_HEADER + nameSize;
+  }
+  pxm_free(&msg);
+  return ind;
+}
+
+// A lookup result as "huntpath#mbox" entries, the list freed through its head.
+std::vector<std::string> lookup(const char* service, int32_t max = -1) {
+  std::vector<std::string> out;
+  pxm_msg* list = ns_lookup(service, "", PXM_MY_MBOX, max, 1000);
+  for (pxm_msg* m = list; m;) {
+    const auto* e = reinterpret_cast<const ns_lookup_entry*>(m);
+    EXPECT_EQ(std::string(e->names), service);
+    EXPECT_EQ(e->name_length, std::strlen(service) + 1);
+    out.push_back(std::string(e->names + e->name_length) + "#" + std::to_string(e->mbox));
+    EXPECT_EQ(pxm_size(m), NS_LOOKUP_ENTRY_HEADER + e->name_length + out.back().size() -
+                               std::to_string(e->mbox).size());
+    m = e->next;
+  }
+  pxm_free(&list);
+  return out;
+}
+
+std::string entry(const char* huntpath, pxm_mbox_id_t mbox) {
+  return std::string(huntpath) + "#" + std::to_string(mbox);
+}
+
+// A child with mailbox `name` that publishes `service`, says so to `parent` and then waits
+// for kQuit (or to be killed).
+int publisherChild(const char* name, const char* service, pxm_mbox_id_t parent) {
+  if (init() != 0) return 1;
+  const pxm_mbox_id_t self = pxm_create_mailbox(name, 0);
+  if (self == PXM_NO_MBOX || ns_publish(service, "", self, "") != NS_OK) return 2;
+  pxm_msg* ready = pxm_alloc(4, kReady);
+  pxm_send(&ready, parent, self);
+  for (;;) {
+    pxm_msg* msg = pxm_receive(nullptr, PXM_NO_TMO, PXM_FROM_ALL);
+    const bool quit = msg && msg->msgno == kQuit;
+    pxm_free(&msg);
+    if (quit) break;
+  }
+  pxm_exit();
+  return 0;
+}
+
+class NsTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(hub_.running());
+    ASSERT_EQ(init(), 0);
+    self_ = pxm_create_mailbox("watcher", 0);
+    ASSERT_NE(self_, PXM_NO_MBOX);
+  }
+  void TearDown() override { pxm_exit(); }
+
+  // Forks a publisher and waits until its name is published; its mailbox id.
+  pxm_mbox_id_t startPublisher(std::unique_ptr<ChildProcess>* child, const char* name,
+                               const char* service) {
+    const pxm_mbox_id_t parent = self_;
+    *child = std::make_unique<ChildProcess>([=] { return publisherChild(name, service, parent); });
+    const uint32_t filter[] = {1, kReady};
+    pxm_msg* ready = pxm_receive(filter, kLimitMs, PXM_FROM_ALL);
+    EXPECT_NE(ready, nullptr) << name << " did not publish";
+    const pxm_mbox_id_t id = ready ? pxm_sender(ready) : PXM_NO_MBOX;
+    pxm_free(&ready);
+    return id;
+  }
+
+  TestHub hub_{PXMD_PATH};
+  pxm_mbox_id_t self_ = PXM_NO_MBOX;
+};
+
+TEST(NsWithoutHubTest, CallsFailWithoutInit) {
+  EXPECT_EQ(ns_publish("svc", "", 1, ""), NS_NO_HUB);
+  EXPECT_EQ(ns_subscribe("svc", "legacy", 0, 1), NS_NO_HUB);
+  EXPECT_EQ(ns_lookup("svc", "", 1, -1, 10), nullptr);
+  EXPECT_EQ(pxm_ns_list(10), nullptr);
+}
+
+TEST_F(NsTest, PublishLookupUnpublish) {
+  EXPECT_TRUE(lookup("svc").empty());
+  EXPECT_EQ(ns_publish("svc", "", self_, ""), NS_OK);
+  EXPECT_EQ(ns_publish("svc", "", PXM_MY_MBOX, ""), NS_OK) << "again, the same mailbox";
+  EXPECT_EQ(lookup("svc"), std::vector<std::string>{entry("watcher", self_)});
+
+  EXPECT_EQ(ns_unpublish("svc", "", self_, ""), NS_OK);
+  EXPECT_TRUE(lookup("svc").empty());
+  EXPECT_EQ(ns_unpublish("svc", "", self_, ""), NS_NOT_PUBLISHED);
+  EXPECT_EQ(ns_unpublish("never", "", self_, ""), NS_NOT_PUBLISHED);
+}
+
+TEST_F(NsTest, SeveralPublishersOfOneNameAndAListFreedThroughItsHead) {
+  std::unique_ptr<ChildProcess> a, b;
+  const pxm_mbox_id_t ida = startPublisher(&a, "pub-a", "shared");
+  const pxm_mbox_id_t idb = startPublisher(&b, "pub-b", "shared");
+  EXPECT_EQ(ns_unpublish("shared", "", self_, ""), NS_NOT_PUBLISHED) << "not ours";
+  EXPECT_EQ(lookup("shared"), (std::vector<std::string>{entry("pub-a", ida), entry("pub-b", idb)}));
+  EXPECT_EQ(lookup("shared", 1), std::vector<std::string>{entry("pub-a", ida)});
+
+  // Freeing an inner entry first leaves a shorter list that the head still frees whole.
+  pxm_msg* list = ns_lookup("shared", "", self_, -1, 1000);
+  ASSERT_NE(list, nullptr);
+  pxm_msg* second = reinterpret_cast<ns_lookup_entry*>(list)->next;
+  ASSERT_NE(second, nullptr);
+  pxm_free(&second);
+  pxm_free(&list);
+  EXPECT_EQ(list, nullptr);
+}
+
+TEST_F(NsTest, SubscriptionBeforeAndAfterPublicationAndAKilledPublisher) {
+  ASSERT_EQ(ns_subscribe("svc", "legacy", 41, self_), NS_OK);
+  const Indication rsp = receiveIndication();
+  ASSERT_EQ(rsp.msgno, VOLD_SUBSCRIBE_RSP);
+  EXPECT_EQ(rsp.tag, 41u);
+
+  std::unique_ptr<ChildProcess> a, b;
+  const pxm_mbox_id_t ida = startPublisher(&a, "pub-a", "svc");
+  Indication added = receiveIndication();
+  EXPECT_EQ(added.msgno, VOLD_SERVICE_ADDED_IND);
+  EXPECT_EQ(added.subscription, rsp.subscription);
+  EXPECT_EQ(added.service, "svc");
+  EXPECT_EQ(added.huntpath, "pub-a");
+  EXPECT_EQ(added.publisher, ida);
+
+  // A later subscription hears of what exists already.
+  startPublisher(&b, "pub-b", "svc");
+  ASSERT_EQ(receiveIndication().huntpath, "pub-b");
+  ASSERT_EQ(ns_subscribe("svc", "legacy", 42, self_), NS_OK);
+  const Indication rsp2 = receiveIndication();
+  EXPECT_EQ(rsp2.tag, 42u);
+  EXPECT_NE(rsp2.subscription, rsp.subscription);
+  EXPECT_EQ(receiveIndication().huntpath, "pub-a");
+  EXPECT_EQ(receiveIndication().huntpath, "pub-b");
+  EXPECT_EQ(ns_unsubscribe(rsp2.subscription, self_), NS_OK);
+  EXPECT_EQ(ns_unsubscribe(rsp2.subscription, self_), NS_NOT_SUBSCRIBED);
+
+  a->kill9();
+  const Indication removed = receiveIndication();
+  EXPECT_EQ(removed.msgno, VOLD_SERVICE_REMOVED_IND);
+  EXPECT_EQ(removed.subscription, rsp.subscription) << "the ended subscription hears nothing";
+  EXPECT_EQ(removed.huntpath, "pub-a");
+  EXPECT_EQ(removed.publisher, ida);
+  EXPECT_EQ(lookup("svc").size(), 1u);
+
+  // Unsubscribed: the last publisher goes unheard.
+  EXPECT_EQ(ns_unsubscribe(rsp.subscription, self_), NS_OK);
+  b->kill9();
+  EXPECT_EQ(receiveIndication(300).msgno, 0u);
+  EXPECT_TRUE(lookup("svc").empty());
+}
+
+TEST_F(NsTest, BadArgumentsAreRefused) {
+  const std::string overlong(NS_MAX_NAME + 1, 'x');
+  EXPECT_EQ(ns_publish(nullptr, "", self_, ""), NS_BAD_ARGUMENT);
+  EXPECT_EQ(ns_publish("", "", self_, ""), NS_BAD_ARGUMENT);
+  EXPECT_EQ(ns_publish(overlong.c_str(), "", self_, ""), NS_BAD_ARGUMENT);
+  EXPECT_EQ(ns_publish("svc", overlong.c_str(), self_, ""), NS_BAD_ARGUMENT);
+  EXPECT_EQ(ns_publish("svc", "", self_ + 1000, ""), NS_BAD_ARGUMENT) << "not our mailbox";
+  EXPECT_EQ(ns_subscribe(overlong.c_str(), "legacy", 0, self_), NS_BAD_ARGUMENT);
+  EXPECT_EQ(ns_unsubscribe(12345, self_), NS_NOT_SUBSCRIBED);
+  EXPECT_EQ(ns_lookup(overlong.c_str(), "", self_, -1, 1000), nullptr);
+
+  // Any other bytes make a name, the longest one included.
+  std::string garbage(NS_MAX_NAME, '\0');
+  for (size_t i = 0; i < garbage.size(); ++i) garbage[i] = static_cast<char>(1 + (i * 37) % 255);
+  EXPECT_EQ(ns_publish(garbage.c_str(), "\x01\x7f", self_, nullptr), NS_OK);
+  EXPECT_EQ(lookup(garbage.c_str()).size(), 1u);
+}
+
+// A raw connection that speaks the wire directly, to send what the library never would.
+class RawClient {
+ public:
+  explicit RawClient(const std::string& path) {
+    fd_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    std::strncpy(addr.sun_path, path.c_str(), sizeof addr.sun_path - 1);
+    connected_ = ::connect(fd_, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
+  }
+  ~RawClient() { ::close(fd_); }
+  bool connected() const { return connected_; }
+
+  void frame(uint16_t type, const std::string& body) {
+    const FrameHeader header{static_cast<uint32_t>(body.size()), type, 0};
+    std::string out(reinterpret_cast<const char*>(&header), sizeof header);
+    out += body;
+    ASSERT_EQ(::send(fd_, out.data(), out.size(), MSG_NOSIGNAL), static_cast<ssize_t>(out.size()));
+  }
+  // The value of the next kReply, 0xdead when none came.
+  uint32_t replyValue() {
+    char head[16];
+    size_t got = 0;
+    while (got < sizeof head && readable()) {
+      const ssize_t n = ::recv(fd_, head + got, sizeof head - got, 0);
+      if (n <= 0) break;
+      got += static_cast<size_t>(n);
+    }
+    if (got != sizeof head) return 0xdeadu;
+    // Skip any data of the reply.
+    size_t rest = loadU32(head) - 8;
+    char sink[256];
+    while (rest > 0 && readable()) {
+      const ssize_t n = ::recv(fd_, sink, std::min(rest, sizeof sink), 0);
+      if (n <= 0) break;
+      rest -= static_cast<size_t>(n);
+    }
+    return loadU32(head + 12);
+  }
+  bool cutOff() {
+    char buf[4096];
+    while (readable()) {
+      const ssize_t n = ::recv(fd_, buf, sizeof buf, 0);
+      if (n <= 0) return true;
+    }
+    return false;
+  }
+
+ private:
+  bool readable() {
+    pollfd pfd{fd_, POLLIN, 0};
+    return ::poll(&pfd, 1, kLimitMs) == 1;
+  }
+  int fd_ = -1;
+  bool connected_ = false;
+};
+
+std::string words(std::initializer_list<uint32_t> values) {
+  std::string out;
+  for (uint32_t v : values) appendU32(out, v);
+  return out;
+}
+
+TEST_F(NsTest, MalformedRequestsCutOffTheSenderAndTheHubGoesOn) {
+  ASSERT_EQ(ns_publish("svc", "", self_, ""), NS_OK);
+  RawClient raw(hub_.socketPath());
+  ASSERT_TRUE(raw.connected());
+  raw.frame(kHello, words({1, kProtocolVersion, 0}));
+  ASSERT_EQ(raw.replyValue(), kProtocolVersion);
+  raw.frame(kCreate, words({2}) + "raw");
+  const uint32_t rawBox = raw.replyValue();
+  ASSERT_NE(rawBox, PXM_NO_MBOX);
+  // Well-formed but wrong: answered, not cut off.
+  raw.frame(kNsPublish, words({3, rawBox, 0}));
+  EXPECT_EQ(raw.replyValue(), uint32_t{NS_BAD_ARGUMENT}) << "empty name";
+  raw.frame(kNsPublish, words({4, self_, 3}) + "svc");
+  EXPECT_EQ(raw.replyValue(), uint32_t{NS_BAD_ARGUMENT}) << "another process's mailbox";
+  raw.frame(kNsPublish, words({5, rawBox, 3}) + "raw");
+  EXPECT_EQ(raw.replyValue(), uint32_t{NS_OK});
+  EXPECT_EQ(lookup("raw").size(), 1u);
+  // A length that points past the end of the frame.
+  raw.frame(kNsSubscribe, words({6, rawBox, 0, 0, 0xFFFFFFF0u}) + "svc");
+  EXPECT_TRUE(raw.cutOff());
+  EXPECT_TRUE(lookup("raw").empty()) << "its names went with it";
+  EXPECT_EQ(lookup("svc").size(), 1u);
+  EXPECT_EQ(ns_publish("more", "", self_, ""), NS_OK);
+}
+
+// pxm-ns as a process, its standard output in a file.
+class Tool {
+ public:
+  Tool(const std::string& out, std::vector<std::string> args) : out_(out) {
+    pid_ = ::fork();
+    if (pid_ == 0) {
+      FILE* f = std::freopen(out.c_str(), "w", stdout);
+      if (!f) ::_exit(127);
+      std::vector<char*> argv{const_cast<char*>(PXM_NS_PATH)};
+      for (std::string& a : args) argv.push_back(a.data());
+      argv.push_back(nullptr);
+      ::execv(PXM_NS_PATH, argv.data());
+      ::_exit(127);
+    }
+  }
+  ~Tool() {
+    if (pid_ > 0 && !status_) {
+      ::kill(pid_, SIGKILL);
+      ::waitpid(pid_, nullptr, 0);
+    }
+  }
+  // The exit value, -1 when it did not end within the bound.
+  int wait() {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kLimitMs);
+    int status = 0;
+    while (std::chrono::steady_clock::now() < end) {
+      if (::waitpid(pid_, &status, WNOHANG) == pid_) {
+        status_ = true;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return -1;
+  }
+  void signal(int signo) { ::kill(pid_, signo); }
+  std::string out() const {
+    std::string text;
+    if (FILE* f = std::fopen(out_.c_str(), "r")) {
+      char buf[4096];
+      for (size_t n; (n = std::fread(buf, 1, sizeof buf, f)) > 0;) text.append(buf, n);
+      std::fclose(f);
+    }
+    return text;
+  }
+  bool outContains(const std::string& part) const {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kLimitMs);
+    while (out().find(part) == std::string::npos) {
+      if (std::chrono::steady_clock::now() >= end) return false;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+  }
+
+ private:
+  std::string out_;
+  pid_t pid_ = -1;
+  bool status_ = false;
+};
+
+TEST_F(NsTest, ToolListsLooksUpAndWatches) {
+  const std::string dir = hub_.runDir();
+  Tool watch(dir + "/watch.out", {"watch", "svc"});
+  ASSERT_TRUE(watch.outContains("watching\tsvc\n")) << watch.out();
+
+  ASSERT_EQ(ns_publish("svc", "", self_, ""), NS_OK);
+  ASSERT_EQ(ns_publish("a name", "", self_, ""), NS_OK);
+  const std::string id = std::to_string(self_);
+  EXPECT_TRUE(watch.outContains("added\tsvc\twatcher\t" + id + "\n")) << watch.out();
+
+  Tool list(dir + "/list.out", {"list"});
+  EXPECT_EQ(list.wait(), 0);
+  EXPECT_EQ(list.out(), "a name\twatcher\t" + id + "\nsvc\twatcher\t" + id + "\n");
+  Tool found(dir + "/found.out", {"lookup", "svc"});
+  EXPECT_EQ(found.wait(), 0);
+  EXPECT_EQ(found.out(), "svc\twatcher\t" + id + "\n");
+  Tool missing(dir + "/missing.out", {"lookup", "nothing"});
+  EXPECT_EQ(missing.wait(), 1);
+  Tool usage(dir + "/usage.out", {"watch"});
+  EXPECT_EQ(usage.wait(), 2);
+
+  ASSERT_EQ(ns_unpublish("svc", "", self_, ""), NS_OK);
+  EXPECT_TRUE(watch.outContains("removed\tsvc\twatcher\t" + id + "\n")) << watch.out();
+  watch.signal(SIGINT);
+  EXPECT_EQ(watch.wait(), 0);
+}
 
 }  // namespace
+}  // namespace pxm
