@@ -2,6 +2,8 @@
 
 #include <fnmatch.h>
 
+#include <algorithm>
+
 #include "service/trace_group_table.h"
 
 namespace kvn {
@@ -70,7 +72,8 @@ bool CompiledTracePattern::NameMatcher::matches(std::string_view name) const {
   return fnmatch(pattern.c_str(), std::string(name).c_str(), 0) == 0;
 }
 
-CompiledTracePattern::CompiledTracePattern(const std::string& pattern) : pattern_(pattern) {
+CompiledTracePattern::CompiledTracePattern(const std::string& pattern)
+    : pattern_(pattern), literalHead_(pattern.substr(0, pattern.find_first_of("*?[\\"))) {
   // Brackets and escapes can hide a dot or a star: matched as they stand.
   if (pattern.find_first_of("[\\") != std::string::npos) return;
   if (onlyStars(pattern)) {
@@ -108,6 +111,10 @@ uint32_t CompiledTracePattern::anyTailBits(std::string_view object) const {
 }
 
 uint32_t CompiledTracePattern::genericBits(const std::string& object) const {
+  // The text is "<object>.<group>": its start must be the pattern's literal head.
+  const size_t shared = std::min(object.size(), literalHead_.size());
+  if (object.compare(0, shared, literalHead_, 0, shared) != 0) return 0;
+  if (literalHead_.size() > object.size() && literalHead_[object.size()] != '.') return 0;
   uint32_t bits = 0;
   std::string text = object + ".";
   const size_t base = text.size();

@@ -51,6 +51,9 @@ class CompiledTracePattern {
   uint32_t genericBits(const std::string& object) const;
 
   std::string pattern_;
+  // The literal text a generic pattern starts with: a name whose text cannot start so is
+  // passed over without fnmatch.
+  std::string literalHead_;
   Shape shape_ = kGeneric;
   uint32_t groupBit_ = 0;
   NameMatcher object_;
