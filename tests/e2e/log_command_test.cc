@@ -1,0 +1,132 @@
+// zorf log against the real system: pxmd, the service, two simulated agents with a container
+// packed by lmc-tool, and kvnsh for each command.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <string>
+
+#include "tests/e2e/log_system.h"
+
+namespace kvn::e2e {
+namespace {
+
+constexpr const char* kSetMask = "\"name\":\"KVN_TRACEOBJECT_SETMASK_REQ\"";
+constexpr const char* kUtrace = "\"name\":\"KVN_UTRACE_SET_CONFIG_REQ\"";
+
+std::string entry(int strId, uint32_t mask) {
+  return "{\"mask\":" + std::to_string(mask) + ",\"strId\":" + std::to_string(strId) + "}";
+}
+
+class LogCommandTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(system_.ok()) << system_.error(); }
+  void startBoth() {
+    ASSERT_TRUE(system_.startAgent(1)) << system_.agent(1).err();
+    ASSERT_TRUE(system_.startAgent(2)) << system_.agent(2).err();
+  }
+  // The mask requests an agent got, in order.
+  std::vector<std::string> masks(int agent) { return system_.journalLines(agent, kSetMask); }
+
+  RunDir dir_;
+  LogSystem system_{dir_};
+  std::string out_;
+};
+
+TEST_F(LogCommandTest, ConnectingAgentGetsEveryInitialMaskAndItsUtraceSettings) {
+  startBoth();
+  const auto initial = masks(1);
+  ASSERT_EQ(initial.size(), 1u);
+  const uint32_t d = LogSystem::kDefaultMask;
+  EXPECT_NE(
+      initial[0].find("\"masks\":[" + entry(0, d) + "," + entry(1, d) + "," + entry(2, d) + "]"),
+      std::string::npos)
+      << initial[0];
+  ASSERT_TRUE(eventually([&] { return !system_.journalLines(1, kUtrace).empty(); }));
+  const std::string utrace = system_.journalLines(1, kUtrace)[0];
+  EXPECT_NE(utrace.find("\"points\":[{\"differs\":false,\"id\":1},{\"differs\":false,\"id\":2},"
+                        "{\"differs\":false,\"id\":3}]"),
+            std::string::npos)
+      << utrace;
+  EXPECT_EQ(masks(2).size(), 1u);
+}
+
+TEST_F(LogCommandTest, EnablingGroupsOfOneObjectSendsOneEntryToEachAgent) {
+  startBoth();
+  ASSERT_EQ(system_.log({"disable", "*", "DefaultProfile"}, out_), 0) << out_;
+  EXPECT_EQ(out_, "ok\n");
+  ASSERT_EQ(masks(1).size(), 2u);
+  EXPECT_NE(masks(1)[1].find(entry(0, 0) + "," + entry(1, 0) + "," + entry(2, 0)),
+            std::string::npos);
+
+  ASSERT_EQ(system_.log({"enable", "*", "obj", "info", "error"}, out_), 0) << out_;
+  EXPECT_EQ(out_, "ok\n");
+  for (int agent : {1, 2}) {
+    const auto got = masks(agent);
+    ASSERT_EQ(got.size(), 3u) << agent;
+    EXPECT_NE(got[2].find("\"masks\":[" + entry(0, 0x12) + "]"), std::string::npos) << got[2];
+    EXPECT_NE(got[2].find("\"confirm\":\"sent\""), std::string::npos) << got[2];
+  }
+
+  ASSERT_EQ(system_.log({"enable", "*", "a.b"}, out_), 1);
+  EXPECT_EQ(out_, "error\nThe following traces/profiles are invalid:\na.b\n");
+  ASSERT_EQ(system_.log({"enable", "*", "harqHandler"}, out_), 0);
+  EXPECT_EQ(out_,
+            "ok, although\nThe following traces/profiles are not applicable on daxo 2:\n"
+            "  harqHandler\n\n");
+  EXPECT_EQ(masks(2).size(), 3u) << "nothing went to the agent without the object";
+}
+
+TEST_F(LogCommandTest, ProfileEnableSendsEveryMaskAndResetBringsBackOnlyTheDefault) {
+  startBoth();
+  ASSERT_EQ(system_.log({"enable", "1", "Scheduling"}, out_), 0) << out_;
+  EXPECT_EQ(out_, "ok\n");
+  const uint32_t d = LogSystem::kDefaultMask;
+  ASSERT_EQ(masks(1).size(), 2u);
+  EXPECT_NE(masks(1)[1].find(entry(0, d) + "," + entry(1, d | 0x20) + "," + entry(2, d)),
+            std::string::npos)
+      << masks(1)[1];
+  EXPECT_EQ(masks(2).size(), 1u);
+
+  ASSERT_EQ(system_.log({"reset"}, out_), 0) << out_;
+  EXPECT_EQ(out_, "ok\n");
+  ASSERT_EQ(masks(1).size(), 3u);
+  EXPECT_NE(masks(1)[2].find("\"masks\":[" + entry(1, d) + "]"), std::string::npos) << masks(1)[2];
+  ASSERT_EQ(system_.log({"disable", "1", "Scheduling"}, out_), 1);
+  EXPECT_EQ(out_, "error\nScheduling is already disabled on daxo 1\n");
+}
+
+TEST_F(LogCommandTest, AgentKilledWhileItsConfirmIsHeldFailsTheCommand) {
+  ASSERT_TRUE(system_.startAgent(1, {"--drop-confirms"})) << system_.agent(1).err();
+  ASSERT_TRUE(system_.startAgent(2)) << system_.agent(2).err();
+  std::unique_ptr<Process> shell = system_.startLog({"enable", "*", "obj", "trace1"});
+  // Agent 1 still waits on its initial masks: the toggle's batch queues behind them.
+  ASSERT_TRUE(eventually([&] { return masks(2).size() == 2; }));
+  EXPECT_TRUE(shell->running());
+  system_.agent(1).signal(SIGKILL);
+  EXPECT_EQ(shell->wait(), 1);
+  EXPECT_EQ(shell->out(), "error\nFail: Mask not set on daxo 1\n");
+  EXPECT_TRUE(system_.service().running());
+}
+
+TEST_F(LogCommandTest, ASlowAgentGetsTheNextBatchOnlyAfterItsConfirm) {
+  ASSERT_TRUE(system_.startAgent(1, {"--confirm-delay-ms", "700"})) << system_.agent(1).err();
+  std::unique_ptr<Process> first = system_.startLog({"enable", "1", "obj", "trace1"});
+  std::unique_ptr<Process> second = system_.startLog({"enable", "1", "harqHandler", "trace2"});
+  EXPECT_EQ(first->wait(), 0) << first->out();
+  EXPECT_EQ(second->wait(), 0) << second->out();
+  // Every mask request after the first comes after the confirm of the one before.
+  int requests = 0, confirms = 0;
+  for (const std::string& line : system_.journal(1)) {
+    if (line.find(kSetMask) != std::string::npos) {
+      EXPECT_EQ(requests, confirms) << "a request while one was in flight: " << line;
+      ++requests;
+    }
+    if (line.find("\"event\":\"confirm_sent\"") != std::string::npos &&
+        line.find("\"src\":40") != std::string::npos && requests > confirms)
+      ++confirms;
+  }
+  EXPECT_EQ(requests, 3);
+}
+
+}  // namespace
+}  // namespace kvn::e2e
