@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "service/agent_service_publisher.h"
 #include "service/daxo_connect_client.h"
 #include "service/daxo_connection_monitor.h"
 #include "service/log_cmd_parser.h"
@@ -15,6 +16,8 @@
 #include "util/cmd_session_factory.h"
 #include "util/event.h"
 #include "util/hkm_pxm.h"
+#include "util/lingering_ns_handler.h"
+#include "util/ns_handler.h"
 #include "util/pxm_mainloop.h"
 #include "util/routine_proxy.h"
 #include "util/routine_table.h"
@@ -23,6 +26,8 @@
 
 namespace {
 constexpr uint32_t kBaseSignalNo = 0x170802D;
+// Published by every instance, whatever its mailbox and instance names.
+constexpr const char* kServiceName = "kvn-tracecontroller";
 constexpr int32_t kMailboxCount = 2;
 constexpr int32_t kAllocScheme = 0;
 constexpr size_t kSchemeParamsSize = 36;
@@ -51,13 +56,31 @@ int main(int argc, char** argv) {
     // Raised after every agent connect message.
     auto connectEvent = std::make_shared<kvntrace::Event>();
 
+    kvn::NsHandler nsHandler(mainloop.getMailbox(), &pxm);
+    // The mailbox name is this instance's huntpath in the name server.
+    kvn::LingeringNsHandler lingeringNames(
+        [&nsHandler](const std::string& name) { nsHandler.publish(name); },
+        [&nsHandler](const std::string& name) { nsHandler.unpublish(name); }, &nsHandler,
+        options.mailboxName);
+
     TraceControllerRoutineTableLog routineTableLog;
     kvn::RoutineTable routineTable(&pxm, kBaseSignalNo, &routineTableLog);
+
+    auto agentServicePublisher = std::make_shared<AgentServicePublisher>(
+        &lingeringNames, connectEvent, kServiceName, options.mailboxName);
+
+    TraceControllerContext& context = TraceControllerContext::get();
+    if (!options.instanceName.empty()) {
+      agentServicePublisher->publishInstance(options.instanceName);
+      context.instanceName = options.instanceName;
+    } else {
+      context.instanceName = kServiceName;
+    }
+    nsHandler.publish(kServiceName);
 
     auto cmdSessionFactory = std::make_shared<kvn::CmdSessionFactory>();
 
     auto connectionMonitor = std::make_shared<kvn::DaxoConnectionMonitor>(connectEvent->getId());
-    TraceControllerContext& context = TraceControllerContext::get();
     context.connectionMonitor = connectionMonitor.get();
     context.routineTable = &routineTable;
 
@@ -80,7 +103,13 @@ int main(int argc, char** argv) {
     routineTable.allocate(std::make_shared<kvn::RoutineProxy>(connectClient.get()),
                           kvn::DaxoConnectClient::kVersionConnectRoutine);
     routineTable.allocate(cmdSessionFactory, 1);
+    routineTable.allocate(agentServicePublisher);
     routineTable.allocate(connectionMonitor);
+
+    for (uint32_t signo : kvn::NsHandler::getSignals())
+      mainloop.setDispatcher(signo, [&nsHandler](pxm_mbox_id_t sender, pxm_msg*& msg, size_t size) {
+        nsHandler.handleMessage(sender, msg, size);
+      });
 
     StopSignalHandler::install(&mainloop);
     mainloop.run();
