@@ -158,6 +158,13 @@ TEST_F(CmdSessionFactoryTest, UnknownRootAndZorfOtherThanLogAreRefused) {
   expectRefused(2);
   request(std::string("zorf\0", 5), 1);
   expectRefused(2);
+
+  // zorf log goes down the tree, here without a log command.
+  request(std::string("zorf\0log\0", 9), 2);
+  auto msgs = received();
+  ASSERT_EQ(msgs.size(), 3u);
+  EXPECT_EQ(msgs[1].text(18, 26), "No such subcommand. 'log'\n");
+  EXPECT_EQ(msgs[2].u8(12), 2);
 }
 
 TEST_F(CmdSessionFactoryTest, ParserErrorsBecomeTextAndResult) {
