@@ -8,6 +8,11 @@ inline constexpr const char* kPxmd = KVN_E2E_PXMD;
 #else
 inline constexpr const char* kPxmd = "";
 #endif
+#ifdef KVN_E2E_PXM_NS
+inline constexpr const char* kPxmNs = KVN_E2E_PXM_NS;
+#else
+inline constexpr const char* kPxmNs = "";
+#endif
 #ifdef KVN_E2E_TRACE_CONTROLLER
 inline constexpr const char* kTraceController = KVN_E2E_TRACE_CONTROLLER;
 #else
