@@ -13,6 +13,7 @@
 #include "service/signals/signal_byte_order.h"
 #include "service/trace_dest_port_pool.h"
 #include "service/trace_object_controller.h"
+#include "service/trace_state_serializer.h"
 #include "service/trace_toggler.h"
 #include "service/utrace_config.h"
 #include "service/utrace_controller.h"
@@ -50,7 +51,7 @@ DaxoRecord& table(size_t index) {
 }
 
 DaxoTraceModel::SavedStateReader& savedStateReader() {
-  static DaxoTraceModel::SavedStateReader reader;
+  static DaxoTraceModel::SavedStateReader reader = &TraceStateSerializer::load;
   return reader;
 }
 
@@ -396,7 +397,8 @@ std::string DaxoTraceModel::savedStatePath(const DaxoRecord& record) {
 }
 
 void DaxoTraceModel::setSavedStateReader(SavedStateReader reader) {
-  savedStateReader() = std::move(reader);
+  // The file is deleted after the read, so there is always a reader that applies it.
+  savedStateReader() = reader ? std::move(reader) : &TraceStateSerializer::load;
 }
 
 void DaxoTraceModel::resetAll() {

@@ -47,6 +47,7 @@ class DaxoTraceModel {
 
   // The path of the agent's saved trace state: LOG_DIR, else /tmp with TRACE_CONTROLLER_ID.
   static std::string savedStatePath(const DaxoRecord& record);
+  // Replaces the reader of the saved state (a test's); null gives back the real one.
   static void setSavedStateReader(SavedStateReader reader);
 
   // Every record back to its default state (what a fresh process has).
