@@ -1,6 +1,8 @@
 #include "service/log_session_factory.h"
 
 #include "service/log_reset_cmd_session.h"
+#include "service/log_status_cmd_session.h"
+#include "service/log_status_profile_cmd_session.h"
 #include "service/log_toggle_cmd_session.h"
 #include "util/cmd_parser_error.h"
 
@@ -12,13 +14,15 @@ std::shared_ptr<CmdSession> LogSessionFactory::createToggleSession(
   return std::make_shared<LogToggleCmdSession>(agents, names, enable, verbose);
 }
 
-std::shared_ptr<CmdSession> LogSessionFactory::createStatusSession(const std::vector<uint16_t>&,
-                                                                   bool) {
-  throw NotImplementedError("Command not implemented: status");
+std::shared_ptr<CmdSession> LogSessionFactory::createStatusSession(
+    const std::vector<uint16_t>& agents, bool profiles) {
+  if (profiles) return std::make_shared<LogStatusProfileCmdSession>(agents);
+  return std::make_shared<LogStatusCmdSession>(agents, false);
 }
 
-std::shared_ptr<CmdSession> LogSessionFactory::createSaveSession(const std::vector<uint16_t>&) {
-  throw NotImplementedError("Command not implemented: save");
+std::shared_ptr<CmdSession> LogSessionFactory::createSaveSession(
+    const std::vector<uint16_t>& agents) {
+  return std::make_shared<LogStatusCmdSession>(agents, true);
 }
 
 std::shared_ptr<CmdSession> LogSessionFactory::createResetSession(

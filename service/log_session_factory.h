@@ -20,10 +20,9 @@ class LogSessionFactory {
                                                           const std::vector<std::string>& names,
                                                           bool enable, bool verbose);
   // `profiles`: the -p form, profiles and manual changes instead of the enabled groups.
-  // Not built in this service yet: refused as not implemented.
   virtual std::shared_ptr<CmdSession> createStatusSession(const std::vector<uint16_t>& agents,
                                                           bool profiles);
-  // Not built in this service yet: refused as not implemented.
+  // The status's plain form that also writes each agent's saved trace state.
   virtual std::shared_ptr<CmdSession> createSaveSession(const std::vector<uint16_t>& agents);
   virtual std::shared_ptr<CmdSession> createResetSession(const std::vector<uint16_t>& agents);
   virtual std::shared_ptr<CmdSession> createResetSession(const std::vector<uint16_t>& agents,
