@@ -1,0 +1,30 @@
+// zoth profile against the real service: the profiles of an agent's container.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/e2e/state_system.h"
+
+namespace kvn::e2e {
+namespace {
+
+TEST(ProfileCommandTest, ListsTheContainersProfilesAndTheirProbes) {
+  RunDir dir;
+  StateSystem system(dir);
+  ASSERT_TRUE(system.ok()) << system.error();
+  std::string out;
+  EXPECT_EQ(system.shell({"zoth", "profile", "list"}, out), 1) << "no agent yet";
+  EXPECT_EQ(out.rfind("No connected DAXO matched", 0), 0u) << out;
+  ASSERT_TRUE(system.startAgent()) << system.agent().err();
+  EXPECT_EQ(system.shell({"zoth", "profile", "list"}, out), 0);
+  EXPECT_EQ(out, "Profiles:\nDefaultProfile\nScheduling\n");
+  EXPECT_EQ(system.shell({"zoth", "profile", "list", "Sched*", "-v"}, out), 0);
+  EXPECT_EQ(out,
+            "Profiles:\nScheduling\nInstance            Role                Trace point or "
+            "profile\n*                   *                   *Scheduler.trace1\n\n");
+  EXPECT_EQ(system.shell({"zoth", "profile", "list", "x"}, out), 1);
+  EXPECT_EQ(out.rfind("Could not find profile with name x\n", 0), 0u) << out;
+}
+
+}  // namespace
+}  // namespace kvn::e2e

@@ -1,0 +1,185 @@
+// Saved trace state with real processes: what an operator switched survives a kill -9 of the
+// agent and a restart of the service, and a save that cannot write leaves the last good file.
+#include <dirent.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <linux/fs.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "tests/e2e/state_system.h"
+
+namespace kvn::e2e {
+namespace {
+
+constexpr const char* kSetMask = "\"name\":\"KVN_TRACEOBJECT_SETMASK_REQ\"";
+constexpr const char* kUtrace = "\"name\":\"KVN_UTRACE_SET_CONFIG_REQ\"";
+
+// The masks and utrace settings that the switches of `switchAll` give.
+const std::string kSavedMasks =
+    "\"masks\":[{\"mask\":1048659,\"strId\":0},"  // obj +trace2
+    "{\"mask\":1048627,\"strId\":1},"             // ulScheduler, Scheduling
+    "{\"mask\":1048593,\"strId\":2}]";            // harqHandler -error
+const std::string kSavedPoints =
+    "\"points\":[{\"differs\":true,\"id\":1},{\"differs\":true,\"id\":2},"
+    "{\"differs\":false,\"id\":3}]";
+const std::string kProfileStatus =
+    "DAXO 1, MOKA/1\nEnabled profiles:\n    DefaultProfile\n    Scheduling\n\n"
+    "Manual overrides:\n   -harqHandler.error\n   +obj.trace2\n   -ulScheduler.alloc\n"
+    "   +ulScheduler.grant\n\n\n";
+
+bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+
+std::vector<std::string> entries(const std::string& dir) {
+  std::vector<std::string> names;
+  if (DIR* d = opendir(dir.c_str())) {
+    while (dirent* e = readdir(d))
+      if (e->d_name[0] != '.') names.push_back(e->d_name);
+    closedir(d);
+  }
+  return names;
+}
+
+class StateSaveTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(system_.ok()) << system_.error(); }
+
+  void log(const std::vector<std::string>& words, const std::string& expected = "ok\n") {
+    std::vector<std::string> line = {"zorf", "log"};
+    line.insert(line.end(), words.begin(), words.end());
+    EXPECT_EQ(system_.shell(line, out_), 0) << out_;
+    EXPECT_EQ(out_, expected) << words[0];
+  }
+  // A profile, groups of two objects and two utrace points, away from their defaults.
+  void switchAll() {
+    log({"enable", "1", "Scheduling"});
+    log({"enable", "1", "obj", "trace2"});
+    log({"disable", "1", "harqHandler", "error"});
+    log({"enable", "1", "ulScheduler.grant"});
+    log({"disable", "1", "ulScheduler.alloc"});
+    log({"status", "1", "-p"}, kProfileStatus);
+  }
+  void save() {
+    EXPECT_EQ(system_.shell({"zorf", "log", "save", "1"}, out_), 0);
+    EXPECT_EQ(out_.rfind("ok\nTrace object name", 0), 0u) << out_;
+    EXPECT_EQ(out_.find("Could not write"), std::string::npos) << out_;
+    ASSERT_TRUE(exists(system_.stateFile()));
+  }
+  // The last connect's masks and utrace settings, as the agent got them: the first of each
+  // after `masksBefore` and `pointsBefore` lines of the journal.
+  void expectSavedStateArrived(size_t masksBefore = 0, size_t pointsBefore = 0) {
+    ASSERT_TRUE(eventually([&] {
+      return system_.journalLines(kSetMask).size() > masksBefore &&
+             system_.journalLines(kUtrace).size() > pointsBefore;
+    })) << system_.agent().err();
+    const std::string masks = system_.journalLines(kSetMask)[masksBefore];
+    EXPECT_NE(masks.find(kSavedMasks), std::string::npos) << masks;
+    const std::string points = system_.journalLines(kUtrace)[pointsBefore];
+    EXPECT_NE(points.find(kSavedPoints), std::string::npos) << points;
+    log({"status", "1", "-p"}, kProfileStatus);
+    EXPECT_FALSE(exists(system_.stateFile())) << "a saved state is used once";
+  }
+
+  RunDir dir_;
+  StateSystem system_{dir_};
+  std::string out_;
+};
+
+TEST_F(StateSaveTest, AgentKilledAndStartedAgainGetsTheSavedState) {
+  ASSERT_TRUE(system_.startAgent()) << system_.agent().err();
+  switchAll();
+  save();
+  system_.agent().signal(SIGKILL);
+  ASSERT_TRUE(system_.agent().wait().has_value());
+  ASSERT_TRUE(system_.startAgent()) << system_.agent().err();
+  expectSavedStateArrived();
+
+  // Used once: the next connect starts from the defaults again.
+  system_.agent().signal(SIGKILL);
+  ASSERT_TRUE(system_.agent().wait().has_value());
+  ASSERT_TRUE(system_.startAgent()) << system_.agent().err();
+  const std::string defaults = "{\"mask\":1048595,\"strId\":0}";
+  EXPECT_NE(system_.journalLines(kSetMask)[0].find(defaults), std::string::npos);
+}
+
+TEST_F(StateSaveTest, ServiceRestartedGivesTheReconnectingAgentTheSavedState) {
+  ASSERT_TRUE(system_.startAgent({"--reconnect"})) << system_.agent().err();
+  switchAll();
+  save();
+  const size_t masks = system_.journalLines(kSetMask).size();
+  const size_t points = system_.journalLines(kUtrace).size();
+  EXPECT_EQ(system_.service().stop(SIGTERM), 0);
+  ASSERT_TRUE(system_.startService()) << system_.error();
+  expectSavedStateArrived(masks, points);
+}
+
+// Makes a directory unwritable even for root where the file system allows it; undone at the
+// end whatever happens.
+class UnwritableDirectory {
+ public:
+  explicit UnwritableDirectory(std::string dir) : dir_(std::move(dir)) {
+    chmod(dir_.c_str(), 0555);
+    if (writable()) setImmutable(true);
+  }
+  ~UnwritableDirectory() {
+    if (immutable_) setImmutable(false);
+    chmod(dir_.c_str(), 0755);
+  }
+  bool writable() const {
+    const std::string probe = dir_ + "/probe";
+    const int fd = open(probe.c_str(), O_CREAT | O_WRONLY, 0644);
+    if (fd < 0) return false;
+    close(fd);
+    unlink(probe.c_str());
+    return true;
+  }
+
+ private:
+  void setImmutable(bool on) {
+    const int fd = open(dir_.c_str(), O_RDONLY | O_DIRECTORY);
+    if (fd < 0) return;
+    int flags = 0;
+    if (ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0) {
+      flags = on ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
+      immutable_ = ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0 && on;
+    }
+    close(fd);
+  }
+  std::string dir_;
+  bool immutable_ = false;
+};
+
+TEST_F(StateSaveTest, SaveThatCannotWriteAnswersOkAndKeepsTheEarlierFile) {
+  ASSERT_TRUE(system_.startAgent()) << system_.agent().err();
+  save();
+  const std::string earlier = dir_.read("state/savedTraceGroupsAndProfilesTC2_MOKA-1");
+  log({"enable", "1", "obj", "trace2"});
+  {
+    UnwritableDirectory guard(system_.stateDir());
+    if (guard.writable()) GTEST_SKIP() << "no way to make a directory unwritable here";
+    EXPECT_EQ(system_.shell({"zorf", "log", "s", "1"}, out_), 0);
+    EXPECT_EQ(out_.rfind("ok\nTrace object name", 0), 0u) << out_;
+    EXPECT_NE(out_.find("obj                                   check error info trace2 "
+                        "interface \nulScheduler"),
+              std::string::npos)
+        << out_;
+    EXPECT_NE(out_.find("\nCould not write to file \n\nUnique Trace Points\n"), std::string::npos)
+        << out_;
+  }
+  EXPECT_EQ(dir_.read("state/savedTraceGroupsAndProfilesTC2_MOKA-1"), earlier);
+  EXPECT_EQ(entries(system_.stateDir()),
+            std::vector<std::string>{"savedTraceGroupsAndProfilesTC2_MOKA-1"});
+
+  // A directory that is not there at all.
+  unlink(system_.stateFile().c_str());
+  ASSERT_EQ(rmdir(system_.stateDir().c_str()), 0);
+  EXPECT_EQ(system_.shell({"zorf", "log", "save"}, out_), 0);
+  EXPECT_NE(out_.find("Could not write to file \n"), std::string::npos) << out_;
+}
+
+}  // namespace
+}  // namespace kvn::e2e
