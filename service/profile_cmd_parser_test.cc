@@ -59,8 +59,6 @@ TEST_F(ProfileCmdParserTest, VerboseShowsEachProfilesTraceProbes) {
             "Profiles:\nDefaultProfile\n" + head +
                 "*                   *                   *.check\n"
                 "MOKA                1                   obj.info\n\n");
-  EXPECT_EQ(run({"--verbose", "list", "Sched2"}).first,
-            "Profiles:\nSched2\n" + head + "*                   0                   ul.*\n\n");
 }
 
 TEST_F(ProfileCmdParserTest, WrongWordsAreAnsweredWithTheHelp) {
