@@ -6,6 +6,7 @@
 #include "service/agent_service_publisher.h"
 #include "service/daxo_connect_client.h"
 #include "service/daxo_connection_monitor.h"
+#include "service/info_cmd_parser.h"
 #include "service/log_cmd_parser.h"
 #include "service/profile_cmd_parser.h"
 #include "service/stop_signal_handler.h"
@@ -88,6 +89,7 @@ int main(int argc, char** argv) {
     // The command tree; sub-commands are added below their root, from the root down.
     auto zoth = std::make_shared<kvn::CmdParser>("zoth", "Base band trace session.");
     cmdSessionFactory->addRootParser(zoth);
+    zoth->addSubcommand(std::make_shared<kvn::InfoCmdParser>());
     zoth->addSubcommand(std::make_shared<kvn::ProfileCmdParser>());
     auto zorf = std::make_shared<kvn::ZorfCmdParser>("zorf", "Base band trace & error.");
     cmdSessionFactory->addRootParser(zorf);
