@@ -12,13 +12,13 @@
 #include <vector>
 
 #include "service/counter_deployment.h"
-#include "service/daxo_proxies.h"
 #include "service/deployment.h"
 #include "service/embuf_deployment.h"
 #include "service/forwarder_kind.h"
 #include "service/forwarder_link.h"
 #include "service/measuring_deployment.h"
 #include "service/rtt_deployment.h"
+#include "service/signals/signal_proxies.h"
 #include "service/trace_dest_deployment.h"
 #include "service/trace_object_deployment.h"
 #include "service/trace_object_entry.h"

@@ -6,8 +6,8 @@
 
 #include <memory>
 
-#include "service/daxo_proxies.h"
 #include "service/deployment.h"
+#include "service/signals/signal_proxies.h"
 
 namespace kvn {
 

@@ -12,8 +12,8 @@
 #include <memory>
 #include <vector>
 
-#include "service/daxo_proxies.h"
 #include "service/profile_mask_engine.h"
+#include "service/signals/signal_proxies.h"
 #include "service/trace_object_mask.h"
 #include "util/callback_utils.h"
 

@@ -5,8 +5,8 @@
 
 #include <memory>
 
-#include "service/daxo_proxies.h"
 #include "service/deployment.h"
+#include "service/signals/signal_proxies.h"
 
 namespace kvn {
 

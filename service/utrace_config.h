@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "service/daxo_proxies.h"
+#include "service/signals/signal_proxies.h"
 #include "service/utrace_change.h"
 #include "util/callback_utils.h"
 

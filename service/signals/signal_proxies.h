@@ -72,6 +72,9 @@ using TraceDestProxy = ProxyCfmRej<
                         ProxyCfmRej<KvnTraceDestCloseReqS, KvnTraceDestCloseCfmS,
                                     KvnTraceDestCloseRejS, 12, 13, 14, TemplateBaseProxy>>>>>;
 
+// The signal-to-trace function takes no signal from this service: routine id and proxy only.
+using Sig2emProxy = TemplateBaseProxy;
+
 using TsiProxy = ProxyCfmRej<KvnTsiProxyCreateUdpSessionReqS, KvnTsiProxyCreateUdpSessionCfmS,
                              KvnTsiProxyCreateUdpSessionRejS, 0, 1, 2,
                              ProxyInd<KvnTsiProxyDeleteUdpSessionIndS, 3, TemplateBaseProxy>>;
