@@ -279,17 +279,11 @@ bool build(DaxoRecord& r, std::vector<Attribute> attributes, RoutineTable* routi
 
 // The common start of both connects: the record replaced and its connection made new.
 DaxoRecord& freshRecord(uint16_t number, uint32_t mailbox) {
-  // An event's id is its address. The new lost event is made while the last two of this
-  // number still exist, so that it cannot take the id of a connection that subscribers may
-  // still know.
-  static std::shared_ptr<kvntrace::Event> retired[DaxoTraceModel::MAX_DAXO_NUMBER];
-  auto lostEvent = std::make_shared<kvntrace::Event>();
   DaxoRecord& r = table(number - 1);
-  retired[number - 1] = std::move(r.lostEvent);
   r = DaxoRecord();
   r.bbmHwNumber = number;
   r.mailbox = mailbox;
-  r.lostEvent = std::move(lostEvent);
+  r.lostEvent = std::make_shared<kvntrace::Event>();
   return r;
 }
 
