@@ -129,7 +129,7 @@ std::string profilesBlob(const Json& profiles, const Json* flightRecorder,
   return blob.build();
 }
 
-LmSpec moduleSpec(const Json& m, const std::string& where, const std::string& baseDir) {
+LmDefinition moduleSpec(const Json& m, const std::string& where, const std::string& baseDir) {
   allowOnly(m, where,
             {"identity", "role", "compression", "gzip", "data_header", "snid", "file", "text",
              "tables", "metadata", "profiles", "flight_recorder"});
@@ -140,57 +140,57 @@ LmSpec moduleSpec(const Json& m, const std::string& where, const std::string& ba
   if (contents != 1) {
     fail(where, "needs exactly one of \"file\", \"text\", \"tables\", \"metadata\", \"profiles\"");
   }
-  LmSpec spec;
+  LmDefinition def;
   std::string defaultIdentity;
   if (m.contains("file")) {
     std::string path = text(m["file"], where + ".file");
     if (!path.empty() && path[0] != '/' && !baseDir.empty()) path = baseDir + "/" + path;
-    spec.content = readFile(path, where + ".file");
+    def.content = readFile(path, where + ".file");
   }
   if (m.contains("text")) {
-    spec.content = text(m["text"], where + ".text");
+    def.content = text(m["text"], where + ".text");
   }
   if (m.contains("tables")) {
-    spec.content = tablesBlob(m["tables"], where + ".tables");
+    def.content = tablesBlob(m["tables"], where + ".tables");
   }
   if (m.contains("metadata")) {
     const Json& meta = m["metadata"];
-    spec.content = metadataBlob(meta, where + ".metadata");
+    def.content = metadataBlob(meta, where + ".metadata");
     if (meta.contains("load_module")) {
       defaultIdentity = text(meta["load_module"], where + ".metadata.load_module") + "_META";
     }
   }
   if (m.contains("profiles")) {
     const Json* fr = m.contains("flight_recorder") ? &m["flight_recorder"] : nullptr;
-    spec.content = profilesBlob(m["profiles"], fr, where + ".profiles");
+    def.content = profilesBlob(m["profiles"], fr, where + ".profiles");
     defaultIdentity = "bbDiagProfiles";
   } else if (m.contains("flight_recorder")) {
     fail(where + ".flight_recorder", "belongs beside \"profiles\"");
   }
 
-  spec.identity =
+  def.identity =
       m.contains("identity") ? text(m["identity"], where + ".identity") : defaultIdentity;
-  if (spec.identity.empty()) fail(where, "needs an \"identity\"");
-  if (m.contains("role")) spec.role = text(m["role"], where + ".role");
+  if (def.identity.empty()) fail(where, "needs an \"identity\"");
+  if (m.contains("role")) def.role = text(m["role"], where + ".role");
   if (m.contains("compression")) {
-    spec.compression = static_cast<uint16_t>(number(m["compression"], where + ".compression", 1));
+    def.compression = static_cast<uint16_t>(number(m["compression"], where + ".compression", 1));
   }
   if (m.contains("gzip")) {
     if (!m["gzip"].is_boolean()) fail(where + ".gzip", "must be true or false");
-    spec.gzip = m["gzip"].get<bool>();
+    def.gzip = m["gzip"].get<bool>();
   }
   if (m.contains("data_header")) {
     const Json& dh = m["data_header"];
     if (!dh.is_array() || dh.size() != 3) fail(where + ".data_header", "must be 3 numbers");
     for (size_t i = 0; i < 3; ++i) {
-      spec.dataHeader[i] = static_cast<uint32_t>(
+      def.dataHeader[i] = static_cast<uint32_t>(
           number(dh[i], where + ".data_header[" + std::to_string(i) + "]", 0xFFFFFFFFu));
     }
   }
   if (m.contains("snid")) {
-    spec.snid = static_cast<uint32_t>(number(m["snid"], where + ".snid", 0xFFFFFFFFu));
+    def.snid = static_cast<uint32_t>(number(m["snid"], where + ".snid", 0xFFFFFFFFu));
   }
-  return spec;
+  return def;
 }
 
 }  // namespace

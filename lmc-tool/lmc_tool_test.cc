@@ -80,7 +80,7 @@ TEST_F(LmcToolTest, ErrorsArePrintedWithAFailingStatus) {
 
   kvn::lmc::LmcWriter bad;
   bad.header().badCrc = true;
-  kvn::lmc::LmSpec m;
+  kvn::lmc::LmDefinition m;
   m.identity = "x";
   bad.addModule(m);
   bad.writeFile(dir.file("bad.lmc"));

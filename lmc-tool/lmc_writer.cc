@@ -40,13 +40,13 @@ uint16_t crcOf(const std::string& buf, size_t offset, size_t length) {
 
 }  // namespace
 
-void LmcWriter::addModule(LmSpec spec) {
-  checkText("Identity", spec.identity, 32);
-  checkText("Role", spec.role, 16);
-  if (spec.compression > 1) {
-    throw std::invalid_argument("Compression of '" + spec.identity + "' must be 0 or 1");
+void LmcWriter::addModule(LmDefinition def) {
+  checkText("Identity", def.identity, 32);
+  checkText("Role", def.role, 16);
+  if (def.compression > 1) {
+    throw std::invalid_argument("Compression of '" + def.identity + "' must be 0 or 1");
   }
-  m_modules.push_back(std::move(spec));
+  m_modules.push_back(std::move(def));
 }
 
 std::string LmcWriter::deflateStream(const std::string& in, bool gzip) {
@@ -69,16 +69,16 @@ std::string LmcWriter::deflateStream(const std::string& in, bool gzip) {
   return out;
 }
 
-std::string LmcWriter::encodeData(const LmSpec& spec) {
+std::string LmcWriter::encodeData(const LmDefinition& def) {
   std::string dh(12, '\0');
-  for (int i = 0; i < 3; ++i) storeBe32(&dh[4 * i], spec.dataHeader[i]);
+  for (int i = 0; i < 3; ++i) storeBe32(&dh[4 * i], def.dataHeader[i]);
   std::string data;
-  if (spec.compression == 0) {
-    data = dh + (spec.gzip ? deflateStream(spec.content, true) : spec.content);
+  if (def.compression == 0) {
+    data = dh + (def.gzip ? deflateStream(def.content, true) : def.content);
   } else {
-    data = deflateStream(dh + spec.content, spec.gzip);
+    data = deflateStream(dh + def.content, def.gzip);
   }
-  data.resize(data.size() - std::min(spec.faults.cutData, data.size()));
+  data.resize(data.size() - std::min(def.faults.cutData, data.size()));
   return data;
 }
 
@@ -110,7 +110,7 @@ std::string LmcWriter::build() const {
   uint16_t crc = crcOf(out, 0, hbytes - 4);
   storeBe16(&out[hbytes - 4], h.badCrc ? static_cast<uint16_t>(crc ^ 0x5A5A) : crc);
 
-  for (const LmSpec& m : m_modules) {
+  for (const LmDefinition& m : m_modules) {
     std::string data = encodeData(m);
     if (data.size() % 2 != 0) data.push_back('\0');  // lengths count 16-bit words
     const uint64_t total = kModuleHeaderBytes + data.size();

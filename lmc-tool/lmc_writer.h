@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "lmc-tool/lm_spec.h"
+#include "lmc-tool/lm_definition.h"
 
 namespace kvn::lmc {
 
@@ -31,10 +31,10 @@ class LmcWriter {
   explicit LmcWriter(Header header) : m_header(std::move(header)) {}
 
   Header& header() { return m_header; }
-  const std::vector<LmSpec>& modules() const { return m_modules; }
+  const std::vector<LmDefinition>& modules() const { return m_modules; }
 
   // Raises std::invalid_argument when a text does not fit its field.
-  void addModule(LmSpec spec);
+  void addModule(LmDefinition def);
 
   // The whole container. Raises std::invalid_argument on a header that cannot be written
   // (unknown version, wrong header length, too many modules).
@@ -45,13 +45,13 @@ class LmcWriter {
   void writeFile(const std::string& path) const;
 
   // The DCL * 2 bytes of a module as stored (before padding to an even length).
-  static std::string encodeData(const LmSpec& spec);
+  static std::string encodeData(const LmDefinition& def);
   // A complete deflate stream of `in`, with gzip or zlib framing.
   static std::string deflateStream(const std::string& in, bool gzip);
 
  private:
   Header m_header;
-  std::vector<LmSpec> m_modules;
+  std::vector<LmDefinition> m_modules;
 };
 
 }  // namespace kvn::lmc

@@ -12,12 +12,12 @@
 namespace {
 
 using kvn::lmc::LmcWriter;
-using kvn::lmc::LmSpec;
+using kvn::lmc::LmDefinition;
 using kvn::lmc::loadBe16;
 using kvn::lmc::loadBe32;
 
-LmSpec module(const std::string& id, const std::string& content) {
-  LmSpec m;
+LmDefinition module(const std::string& id, const std::string& content) {
+  LmDefinition m;
   m.identity = id;
   m.role = "r";
   m.snid = 77;
@@ -58,7 +58,7 @@ TEST(LmcWriter, RefusesWhatTheFormatCannotHold) {
   LmcWriter w;
   EXPECT_THROW(w.addModule(module(std::string(32, 'x'), "")), std::invalid_argument);
   EXPECT_NO_THROW(w.addModule(module(std::string(31, 'x'), "")));
-  LmSpec ca = module("ca", "");
+  LmDefinition ca = module("ca", "");
   ca.compression = 2;
   EXPECT_THROW(w.addModule(ca), std::invalid_argument);
   w.header().headerBytes = 100;

@@ -15,14 +15,14 @@
 namespace {
 
 using kvn::lmc::LmcWriter;
-using kvn::lmc::LmSpec;
+using kvn::lmc::LmDefinition;
 using kvn::lmc::ScratchDir;
 using kvn::log::Level;
 using kvn::log::LogCapture;
 
-LmSpec module(const std::string& identity, const std::string& content, uint16_t ca = 0,
+LmDefinition module(const std::string& identity, const std::string& content, uint16_t ca = 0,
               bool gzip = false) {
-  LmSpec m;
+  LmDefinition m;
   m.identity = identity;
   m.role = "dsp";
   m.compression = ca;
@@ -48,10 +48,10 @@ class LmcTest : public ::testing::Test {
   std::string write(const LmcWriter& w, const std::string& name = "c.lmc") {
     return write(w.build(), name);
   }
-  std::string containerOf(std::initializer_list<LmSpec> modules, uint16_t fv = 1) {
+  std::string containerOf(std::initializer_list<LmDefinition> modules, uint16_t fv = 1) {
     LmcWriter w;
     w.header().formatVersion = fv;
-    for (const LmSpec& m : modules) w.addModule(m);
+    for (const LmDefinition& m : modules) w.addModule(m);
     return write(w);
   }
 
@@ -230,7 +230,7 @@ TEST_F(LmcTest, PlainExtractionWorksOncePerContainer) {
 TEST_F(LmcTest, TruncatedDeflateDataPassesWithWhatWasInflated) {
   const std::string content = bigText(200000);
   for (bool gzip : {false, true}) {
-    LmSpec m = module("lm", content, 1, gzip);
+    LmDefinition m = module("lm", content, 1, gzip);
     m.faults.cutData = LmcWriter::encodeData(m).size() / 2;
     KvnCpmCommon_lmHdlLmc lmc(containerOf({m}));
     std::string out;
@@ -243,10 +243,10 @@ TEST_F(LmcTest, TruncatedDeflateDataPassesWithWhatWasInflated) {
 
 TEST_F(LmcTest, InflateFailures) {
   // Too little output for the data header in the first round.
-  LmSpec shortStream = module("short", "", 1);
+  LmDefinition shortStream = module("short", "", 1);
   shortStream.faults.cutData = LmcWriter::encodeData(shortStream).size() - 4;
   // Not a zlib stream at all.
-  LmSpec garbage = module("garbage", std::string(64, 'x'));
+  LmDefinition garbage = module("garbage", std::string(64, 'x'));
   garbage.faults.ca = 1;
   KvnCpmCommon_lmHdlLmc lmc(containerOf({shortStream, garbage}));
   std::string out;
@@ -261,7 +261,7 @@ TEST_F(LmcTest, InflateFailures) {
 }
 
 TEST_F(LmcTest, ABadModuleEndsTheWalkKeepingEarlierModules) {
-  LmSpec badCrc = module("b", "2");
+  LmDefinition badCrc = module("b", "2");
   badCrc.faults.badCrc = true;
   KvnCpmCommon_lmHdlLmc lmc(containerOf({module("a", "1"), badCrc, module("c", "3")}));
   EXPECT_FALSE(lmc.isOpen());
@@ -275,9 +275,9 @@ TEST_F(LmcTest, ABadModuleEndsTheWalkKeepingEarlierModules) {
   }
   EXPECT_TRUE(crcLogged);
 
-  LmSpec version = module("b", "2");
+  LmDefinition version = module("b", "2");
   version.faults.lmfv = 2;
-  LmSpec ca = module("b", "2");
+  LmDefinition ca = module("b", "2");
   ca.faults.ca = 2;
   KvnCpmCommon_lmHdlLmc badVersion(containerOf({module("a", "1"), version}));
   EXPECT_TRUE(cap.has(Level::Error, "LM header FV 2 with LMT 6 is not supported."));
@@ -304,9 +304,9 @@ TEST_F(LmcTest, NothingIsReadPastTheEndOfTheFile) {
       cap.has(Level::Error, "LMC header of 88 bytes reaches past the end of the file, 60 bytes"));
   EXPECT_TRUE(cap.has(Level::Error, "LM header needs 104 bytes, only 0 left in the LMC"));
 
-  LmSpec longModule = module("a", "x");
+  LmDefinition longModule = module("a", "x");
   longModule.faults.nlm = 1000;
-  LmSpec longData = module("a", "x");
+  LmDefinition longData = module("a", "x");
   longData.faults.dcl = 1000;
   KvnCpmCommon_lmHdlLmc nlm(containerOf({longModule}));
   KvnCpmCommon_lmHdlLmc dcl(containerOf({longData}));

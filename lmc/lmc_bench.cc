@@ -51,7 +51,7 @@ struct Fixture {
     const std::string content = makeContent(g_moduleBytes);
     contentSize = content.size();
 
-    kvn::lmc::LmSpec z;
+    kvn::lmc::LmDefinition z;
     z.identity = "big_zlib";
     z.compression = 1;
     z.content = content;
@@ -61,7 +61,7 @@ struct Fixture {
     compressedPath = dir + "/compressed.lmc";
     compressed.writeFile(compressedPath);
 
-    kvn::lmc::LmSpec p;
+    kvn::lmc::LmDefinition p;
     p.identity = "big_plain";
     p.content = content;
     kvn::lmc::LmcWriter plain;
@@ -71,7 +71,7 @@ struct Fixture {
 
     kvn::lmc::LmcWriter many;
     for (int i = 0; i < 500; ++i) {
-      kvn::lmc::LmSpec m;
+      kvn::lmc::LmDefinition m;
       m.identity = "daxo_module_" + std::to_string(i);
       m.content = std::string(256, static_cast<char>('a' + i % 26));
       many.addModule(m);

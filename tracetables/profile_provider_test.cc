@@ -16,7 +16,7 @@
 namespace {
 
 using kvn::lmc::LmcWriter;
-using kvn::lmc::LmSpec;
+using kvn::lmc::LmDefinition;
 using kvn::lmc::ScratchDir;
 using kvn::lmc::TableBlobWriter;
 using kvntrace::Profile;
@@ -29,7 +29,7 @@ class ProfileProviderTest : public ::testing::Test {
   std::string container(const std::vector<std::pair<std::string, Strings>>& tables) {
     TableBlobWriter blob;
     for (const auto& t : tables) blob.addStringTable(t.first, t.second);
-    LmSpec m;
+    LmDefinition m;
     m.identity = "bbDiagProfiles";
     m.compression = 1;
     m.content = blob.build();

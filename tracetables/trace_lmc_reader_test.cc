@@ -13,7 +13,7 @@
 namespace {
 
 using kvn::lmc::LmcWriter;
-using kvn::lmc::LmSpec;
+using kvn::lmc::LmDefinition;
 using kvn::lmc::ScratchDir;
 using kvn::lmc::TableBlobWriter;
 using kvn::log::Level;
@@ -21,8 +21,8 @@ using kvn::log::LogCapture;
 using kvntrace::TraceLmcReader;
 using Strings = std::vector<std::string>;
 
-LmSpec tableModule(const std::string& identity, const TableBlobWriter& blob, uint16_t ca = 1) {
-  LmSpec m;
+LmDefinition tableModule(const std::string& identity, const TableBlobWriter& blob, uint16_t ca = 1) {
+  LmDefinition m;
   m.identity = identity;
   m.compression = ca;
   m.content = blob.build();
@@ -41,9 +41,9 @@ TableBlobWriter metadata(const Strings& traceIds) {
 
 class TraceLmcReaderTest : public ::testing::Test {
  protected:
-  std::string container(const std::vector<LmSpec>& modules, const std::string& name = "c.lmc") {
+  std::string container(const std::vector<LmDefinition>& modules, const std::string& name = "c.lmc") {
     LmcWriter w;
-    for (const LmSpec& m : modules) w.addModule(m);
+    for (const LmDefinition& m : modules) w.addModule(m);
     w.writeFile(dir.file(name));
     return dir.file(name);
   }

@@ -11,7 +11,7 @@
 
 namespace kvn::lmc {
 
-struct LmSpec {
+struct LmDefinition {
   std::string identity;      // at most 31 bytes
   std::string role;          // at most 15 bytes
   uint16_t compression = 0;  // CA: 0 stored, 1 deflate stream
