@@ -1,4 +1,5 @@
 #include "tests/e2e/kvnsh_terminal.h"
+#include "tests/e2e/exec_args.h"
 
 #include <errno.h>
 #include <poll.h>
@@ -10,8 +11,6 @@
 #include <map>
 #include <stdexcept>
 
-extern char** environ;
-
 namespace kvn::e2e {
 
 KvnshTerminal::KvnshTerminal(const RunDir& dir, const std::string& program,
@@ -20,26 +19,14 @@ KvnshTerminal::KvnshTerminal(const RunDir& dir, const std::string& program,
   env.emplace("HOME", dir.path());
   env.emplace("TERM", "vt100");
   env.emplace("LTTNG_UST_REGISTER_TIMEOUT", "0");
-  std::vector<std::string> envStrings;
-  for (char** e = environ; *e != nullptr; ++e) {
-    std::string entry = *e;
-    if (env.count(entry.substr(0, entry.find('='))) == 0) envStrings.push_back(entry);
-  }
-  for (const auto& [key, value] : env) envStrings.push_back(key + "=" + value);
-  std::vector<char*> envp;
-  for (auto& s : envStrings) envp.push_back(s.data());
-  envp.push_back(nullptr);
-  args.insert(args.begin(), program);
-  std::vector<char*> argv;
-  for (auto& a : args) argv.push_back(a.data());
-  argv.push_back(nullptr);
+  ExecArgs exec(program, std::move(args), env);
 
   struct winsize size {};
   size.ws_row = 24;
   size.ws_col = 200;
   pid_ = ::forkpty(&master_, nullptr, nullptr, &size);
   if (pid_ == 0) {
-    ::execve(program.c_str(), argv.data(), envp.data());
+    ::execve(program.c_str(), exec.argv(), exec.envp());
     ::_exit(127);
   }
   if (pid_ < 0) throw std::runtime_error("forkpty failed");

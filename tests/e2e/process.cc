@@ -1,4 +1,5 @@
 #include "tests/e2e/process.h"
+#include "tests/e2e/exec_args.h"
 
 #include <fcntl.h>
 #include <signal.h>
@@ -9,8 +10,6 @@
 #include <stdexcept>
 #include <utility>
 
-extern char** environ;
-
 namespace kvn::e2e {
 
 Process::Process(const RunDir& dir, std::string name, std::string program,
@@ -19,21 +18,7 @@ Process::Process(const RunDir& dir, std::string name, std::string program,
   env["PXM_RUNDIR"] = dir.pxmRunDir();
   env.emplace("LTTNG_UST_REGISTER_TIMEOUT", "0");
 
-  // Everything the child needs is built before the fork.
-  std::vector<std::string> envStrings;
-  for (char** e = environ; *e != nullptr; ++e) {
-    std::string entry = *e;
-    if (env.count(entry.substr(0, entry.find('='))) == 0) envStrings.push_back(entry);
-  }
-  for (const auto& [key, value] : env) envStrings.push_back(key + "=" + value);
-  std::vector<char*> envp;
-  for (auto& s : envStrings) envp.push_back(s.data());
-  envp.push_back(nullptr);
-
-  args.insert(args.begin(), program);
-  std::vector<char*> argv;
-  for (auto& a : args) argv.push_back(a.data());
-  argv.push_back(nullptr);
+  ExecArgs exec(program, std::move(args), env);
 
   const std::string outPath = dir.file(name_ + ".out");
   const std::string errPath = dir.file(name_ + ".err");
@@ -47,7 +32,7 @@ Process::Process(const RunDir& dir, std::string name, std::string program,
     ::dup2(null, 0);
     ::dup2(out, 1);
     ::dup2(err, 2);
-    ::execve(program.c_str(), argv.data(), envp.data());
+    ::execve(program.c_str(), exec.argv(), exec.envp());
     ::_exit(127);
   }
   ::close(out);

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace kvn::e2e {
+
+// The argument and environment vectors of a program to exec, built before the fork so that the
+// child only calls execve. The environment is this process's, with `env` added or replacing.
+class ExecArgs {
+ public:
+  ExecArgs(const std::string& program, std::vector<std::string> args,
+           const std::map<std::string, std::string>& env);
+  ExecArgs(const ExecArgs&) = delete;
+  ExecArgs& operator=(const ExecArgs&) = delete;
+
+  char* const* argv() { return argv_.data(); }
+  char* const* envp() { return envp_.data(); }
+
+ private:
+  std::vector<std::string> args_;
+  std::vector<std::string> envStrings_;
+  std::vector<char*> argv_;
+  std::vector<char*> envp_;
+};
+
+}  // namespace kvn::e2e
