@@ -8,7 +8,7 @@
 
 namespace kvn::argparse {
 
-// A wrong declaration (a bad option spec, conflicting targets).
+// A wrong declaration (bad option names, conflicting targets).
 class Error : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

@@ -15,9 +15,9 @@ std::string stripBlanks(const std::string& s) {
 
 }  // namespace
 
-NormalOption::Names NormalOption::parseNames(const char* spec) {
-  if (spec == nullptr) throw argparse::Error("Zero-string in option csv list");
-  const std::string all(spec);
+NormalOption::Names NormalOption::parseNames(const char* declaration) {
+  if (declaration == nullptr) throw argparse::Error("Zero-string in option csv list");
+  const std::string all(declaration);
   Names names;
   size_t start = 0;
   while (true) {

@@ -10,14 +10,14 @@ namespace kvn::bits {
 
 class NormalOption : public OptionBase {
  public:
-  // The names a declaration spec ("-h, --help") resolves to.
+  // The names a declaration ("-h, --help") resolves to.
   struct Names {
     char shortName = 0;
     std::string longName;  // with its two dashes, empty when there is none
   };
 
-  // Resolves a comma-separated spec; throws kvn::argparse::Error on a bad one.
-  static Names parseNames(const char* spec);
+  // Resolves a comma-separated declaration; throws kvn::argparse::Error on a bad one.
+  static Names parseNames(const char* declaration);
 
   explicit NormalOption(const Names& names);
 

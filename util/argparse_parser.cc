@@ -14,8 +14,8 @@ Parser::~Parser() {
   }
 }
 
-OptionBuilder Parser::add(const char* spec, uint32_t min, uint32_t max) {
-  return OptionBuilder(*this, bits::NormalOption::parseNames(spec), min, max);
+OptionBuilder Parser::add(const char* declaration, uint32_t min, uint32_t max) {
+  return OptionBuilder(*this, bits::NormalOption::parseNames(declaration), min, max);
 }
 
 void Parser::addOption(std::unique_ptr<bits::OptionBase> option) {

@@ -1,6 +1,6 @@
 #pragma once
 // The option parser of one command's `parse`: built on its stack, declared with one-line
-// `add(spec) >> target` statements (see option_builder), run once over the words after the
+// `add(declaration) >> target` statements (see option_builder), run once over the words after the
 // command's name. Short options cluster ("-ab"), a value option takes the next word, long options
 // are matched whole ("--count 5"); there is no "--opt=value" form and no end-of-options marker.
 
@@ -24,8 +24,8 @@ class Parser {
   Parser& operator=(const Parser&) = delete;
 
   // Declares an option by its comma-separated names; an unsigned target is limited to [min, max].
-  // Throws Error for a bad spec.
-  OptionBuilder add(const char* spec, uint32_t min = 0,
+  // Throws Error for a bad declaration.
+  OptionBuilder add(const char* declaration, uint32_t min = 0,
                     uint32_t max = std::numeric_limits<uint32_t>::max());
 
   // Runs the bindings of the options given, in the order given, and returns the positional
