@@ -3,16 +3,19 @@
 #include <stdexcept>
 #include <string>
 
-#include "service/agent_service_publisher.h"
-#include "service/daxo_connect_client.h"
-#include "service/daxo_connection_monitor.h"
-#include "service/info_cmd_parser.h"
-#include "service/log_cmd_parser.h"
-#include "service/profile_cmd_parser.h"
+#include "service/agents/agent_service_publisher.h"
+#include "service/agents/daxo_connect_client.h"
+#include "service/agents/daxo_connection_monitor.h"
+#include "service/agents/daxo_trace_model.h"
+#include "service/agents/info_cmd_parser.h"
+#include "service/datapath/trace_data_path_connect_hooks.h"
 #include "service/stop_signal_handler.h"
 #include "service/trace_controller_context.h"
 #include "service/trace_controller_options.h"
 #include "service/trace_controller_routine_table_log.h"
+#include "service/tracecontrol/log_cmd_parser.h"
+#include "service/tracecontrol/profile_cmd_parser.h"
+#include "service/tracecontrol/trace_control_connect_hooks.h"
 #include "tracing/log.h"
 #include "util/cmd_parser.h"
 #include "util/cmd_session_factory.h"
@@ -57,6 +60,11 @@ int main(int argc, char** argv) {
 
     // Raised after every agent connect message.
     auto connectEvent = std::make_shared<kvntrace::Event>();
+    // What trace control and the data path add to each agent's record while it connects.
+    kvn::TraceControlConnectHooks traceControlHooks;
+    kvn::TraceDataPathConnectHooks dataPathHooks;
+    kvn::DaxoTraceModel::addConnectHooks(&traceControlHooks);
+    kvn::DaxoTraceModel::addConnectHooks(&dataPathHooks);
 
     kvn::NsHandler nsHandler(mainloop.getMailbox(), &pxm);
     // The mailbox name is this instance's huntpath in the name server.

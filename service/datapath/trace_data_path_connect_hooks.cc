@@ -1,0 +1,14 @@
+#include "service/datapath/trace_data_path_connect_hooks.h"
+
+#include <memory>
+
+#include "service/agents/daxo_record.h"
+#include "service/datapath/trace_dest_port_pool.h"
+
+namespace kvn {
+
+void TraceDataPathConnectHooks::deployed(DaxoRecord& r, uint16_t code) {
+  if (code == 6) r.traceDest.portPool = std::make_shared<TraceDestPortPool>(r.bbmHwNumber);
+}
+
+}  // namespace kvn

@@ -1,0 +1,71 @@
+#include "service/tracecontrol/log_reset_cmd_session.h"
+
+#include <gtest/gtest.h>
+
+#include "service/tracecontrol/log_test_fixture.h"
+
+namespace kvn {
+namespace {
+
+constexpr uint32_t kCheck = 1u << 0, kError = 1u << 1, kInfo = 1u << 4, kInterface = 1u << 20;
+constexpr uint32_t kDefault = kCheck | kError | kInfo | kInterface;
+
+class LogResetCmdSessionTest : public kvn::testing::LogTestFixture {
+ protected:
+  void SetUp() override {
+    LogTestFixture::SetUp();
+    Agent a;
+    a.objects = {"obj", "other"};
+    a.points = {{"utp.1", 5, false}};
+    a.profiles["Extra"] = {"*;*;other.trace1"};
+    DaxoRecord& r = addAgent(1, a);
+    r.enabledProfiles.insert("Extra");
+    r.traceToggler->overrides().set(0, kCheck | kError, false);
+    r.traceToggler->overrides().setUtrace(0, true);
+    settle(1);
+  }
+};
+
+TEST_F(LogResetCmdSessionTest, WholeAgentResetLeavesOnlyTheDefaultProfileAndSendsNoUtrace) {
+  EXPECT_EQ(mask(1, "obj"), kInfo | kInterface);
+  launch(std::make_shared<LogResetCmdSession>(std::vector<uint16_t>{1}, "", 0));
+  auto requests = confirmAll(1);
+  ASSERT_EQ(requests.size(), 1u);
+  EXPECT_EQ(requests[0].masks.size(), 2u) << "both objects changed";
+  EXPECT_EQ(DaxoTraceModel::get(1).enabledProfiles, std::set<std::string>{"DefaultProfile"});
+  EXPECT_EQ(mask(1, "obj"), kDefault);
+  EXPECT_EQ(mask(1, "other"), kDefault);
+  EXPECT_FALSE(DaxoTraceModel::get(1).traceToggler->overrides().utrace(0).changed);
+  EXPECT_EQ(answer().text, "ok\n");
+  EXPECT_EQ(answer().result, 0);
+}
+
+TEST_F(LogResetCmdSessionTest, NamedResetForgetsOnlyTheGroupsGivenAndNeedsAnObjectName) {
+  launch(std::make_shared<LogResetCmdSession>(std::vector<uint16_t>{1}, "obj", kCheck));
+  auto requests = confirmAll(1);
+  ASSERT_EQ(requests.size(), 1u);
+  ASSERT_EQ(requests[0].masks.size(), 1u);
+  EXPECT_EQ(requests[0].masks[0].mask, kCheck | kInfo | kInterface);
+  EXPECT_EQ(answer().text, "ok\n");
+
+  answer_ = {};
+  launch(std::make_shared<LogResetCmdSession>(std::vector<uint16_t>{1}, "obj.info", kCheck));
+  EXPECT_EQ(answer().text, "error\nInvalid trace object name: obj.info\n");
+  EXPECT_EQ(answer().result, 1);
+}
+
+TEST_F(LogResetCmdSessionTest, NothingToChangeAnswersAtOnceAndALostAgentFails) {
+  launch(std::make_shared<LogResetCmdSession>(std::vector<uint16_t>{1}, "other", kCheck));
+  EXPECT_TRUE(takeRequests(1).empty());
+  EXPECT_EQ(answer().text, "ok\n");
+
+  answer_ = {};
+  launch(std::make_shared<LogResetCmdSession>(std::vector<uint16_t>{1}, "", 0));
+  EXPECT_FALSE(answer().result.has_value());
+  lose(1);
+  EXPECT_EQ(answer().text, "error\nFail: Mask not set on daxo 1\n");
+  EXPECT_EQ(answer().result, 1);
+}
+
+}  // namespace
+}  // namespace kvn

@@ -1,0 +1,161 @@
+#include "service/tracecontrol/log_toggle_cmd_session.h"
+
+#include <gtest/gtest.h>
+
+#include "service/tracecontrol/log_test_fixture.h"
+#include "tracing/log_capture.h"
+
+namespace kvn {
+namespace {
+
+constexpr uint32_t kCheck = 1u << 0, kError = 1u << 1, kInfo = 1u << 4, kInterface = 1u << 20;
+constexpr uint32_t kDefault = kCheck | kError | kInfo | kInterface;
+
+class LogToggleCmdSessionTest : public kvn::testing::LogTestFixture {
+ protected:
+  void SetUp() override {
+    LogTestFixture::SetUp();
+    Agent a;
+    a.objects = {"obj", "other", "a"};
+    a.points = {{"utp.1", 5, false}, {"utp.2", 6, true}};
+    a.profiles["Extra"] = {"*;*;obj.trace1", "*;*;nothing.here"};
+    addAgent(1, a);
+    a.objects = {"other"};
+    addAgent(2, a);
+    settle(1);
+    settle(2);
+  }
+  Answer toggle(std::vector<uint16_t> agents, std::vector<std::string> names, bool enable,
+                bool verbose = false) {
+    launch(std::make_shared<LogToggleCmdSession>(agents, names, enable, verbose));
+    return answer();
+  }
+};
+
+TEST_F(LogToggleCmdSessionTest, GroupsOfOneObjectGoOutAsOneEntryAndAnswerOk) {
+  toggle({1}, {"obj.trace1", "obj.trace2"}, true);
+  EXPECT_FALSE(answer().result.has_value()) << "the answer waits for the confirm";
+  auto requests = takeRequests(1);
+  ASSERT_EQ(requests.size(), 1u);
+  ASSERT_EQ(requests[0].masks.size(), 1u);
+  EXPECT_EQ(requests[0].masks[0].strId, 0);
+  EXPECT_EQ(requests[0].masks[0].mask, kDefault | 1u << 5 | 1u << 6);
+  confirm(1, requests[0]);
+  EXPECT_EQ(answer().text, "ok\n");
+  EXPECT_EQ(answer().result, 0);
+}
+
+TEST_F(LogToggleCmdSessionTest, NameValidOnOneAgentOnlyIsOkAlthough) {
+  toggle({1, 2}, {"obj"}, false);
+  confirmAll(1);
+  EXPECT_EQ(mask(1, "obj"), 0u);
+  EXPECT_TRUE(takeRequests(2).empty()) << "nothing goes to the agent without the object";
+  EXPECT_EQ(answer().text,
+            "ok, although\nThe following traces/profiles are not applicable on daxo 2:\n  obj\n\n");
+  EXPECT_EQ(answer().result, 0);
+}
+
+TEST_F(LogToggleCmdSessionTest, NameUnknownEverywhereIsInvalidAndMixedNamesApplyNothing) {
+  toggle({1, 2}, {"a.b"}, true);
+  EXPECT_EQ(answer().text, "error\nThe following traces/profiles are invalid:\na.b\n");
+  EXPECT_EQ(answer().result, 1);
+
+  answer_ = {};
+  toggle({1}, {"obj.info", "obj.nosuch"}, false);  // one bad name spoils the lot on that agent
+  EXPECT_EQ(answer().text, "error\nThe following traces/profiles are invalid:\nobj.nosuch\n");
+  EXPECT_EQ(mask(1, "obj"), kDefault);
+  EXPECT_TRUE(takeRequests(1).empty());
+}
+
+TEST_F(LogToggleCmdSessionTest, DisableOfAProfileThatIsNotEnabledTouchesNoAgent) {
+  kvn::log::LogCapture cap;
+  toggle({1, 2}, {"Extra"}, false);
+  EXPECT_EQ(answer().text,
+            "error\nExtra is already disabled on daxo 1\nExtra is already disabled on daxo 2\n");
+  EXPECT_EQ(answer().result, 1);
+  EXPECT_TRUE(cap.has(kvn::log::Level::Info, "Extra is already disabled on daxo 1"));
+  EXPECT_TRUE(takeRequests(1).empty());
+  EXPECT_TRUE(takeRequests(2).empty());
+}
+
+TEST_F(LogToggleCmdSessionTest, EnablingAProfileSendsEveryMaskAndVerboseTellsWhatMatchesNothing) {
+  toggle({1}, {"Extra"}, true, true);
+  auto requests = confirmAll(1);
+  ASSERT_EQ(requests.size(), 2u);
+  EXPECT_EQ(requests[0].masks.size(), 3u);
+  EXPECT_EQ(requests[1].utrace.size(), 2u);
+  EXPECT_EQ(mask(1, "obj"), kDefault | 1u << 5);
+  EXPECT_EQ(answer().text, "ok, although\nnothing.here is not applicable on daxo 1\n");
+
+  answer_ = {};
+  toggle({1}, {"Extra"}, true);  // enabled already: sent again all the same
+  EXPECT_EQ(confirmAll(1).size(), 2u);
+  EXPECT_EQ(answer().text, "ok\n");
+  answer_ = {};
+  toggle({1}, {"Extra"}, false);
+  confirmAll(1);
+  EXPECT_EQ(answer().text, "ok\n");
+  EXPECT_EQ(mask(1, "obj"), kDefault);
+}
+
+TEST_F(LogToggleCmdSessionTest, UtracePointsAreSwitchedRelativeToTheirDefault) {
+  kvn::log::LogCapture cap;
+  toggle({1}, {"utp.1", "utp.2"}, true);
+  auto requests = confirmAll(1);
+  ASSERT_EQ(requests.size(), 1u);
+  ASSERT_EQ(requests[0].utrace.size(), 1u) << "utp.2 is on already";
+  EXPECT_EQ(requests[0].utrace[0].id, 5);
+  EXPECT_TRUE(requests[0].utrace[0].differsFromDefault);
+  EXPECT_EQ(answer().text, "ok\n");
+
+  answer_ = {};
+  toggle({1}, {"utp.1"}, true);
+  EXPECT_TRUE(takeRequests(1).empty());
+  EXPECT_TRUE(cap.has(kvn::log::Level::Info, "No UTracepoint config needs to be updated"));
+  EXPECT_EQ(answer().text, "ok\n");
+
+  answer_ = {};
+  toggle({1}, {"utp.2"}, false);
+  requests = confirmAll(1);
+  ASSERT_EQ(requests.size(), 1u);
+  EXPECT_TRUE(requests[0].utrace[0].differsFromDefault);  // off, on by default
+  EXPECT_TRUE(DaxoTraceModel::get(1).traceToggler->overrides().utrace(1).changed);
+}
+
+TEST_F(LogToggleCmdSessionTest, AgentLostWhileItsConfirmIsHeldFailsTheCommand) {
+  toggle({1, 2}, {"other.trace1"}, true);
+  confirmAll(2);
+  EXPECT_FALSE(answer().result.has_value());
+  lose(1);
+  EXPECT_EQ(answer().text, "error\nFail: Mask not set on daxo 1\n");
+  EXPECT_EQ(answer().result, 1);
+  EXPECT_EQ(pxm.leakedMessages(), 0u);
+}
+
+TEST_F(LogToggleCmdSessionTest, LossOfAnAgentThatAnsweredAlreadyCostsNothing) {
+  toggle({1, 2}, {"other.trace1"}, true);
+  confirmAll(1);
+  lose(1);
+  EXPECT_FALSE(answer().result.has_value());
+  confirmAll(2);
+  EXPECT_EQ(answer().text, "ok\n");
+}
+
+TEST_F(LogToggleCmdSessionTest, ASlowAgentGetsTheSecondCommandOnlyAfterTheFirstConfirm) {
+  toggle({1}, {"obj.trace1"}, true);
+  Answer first = answer();
+  answer_ = {};
+  toggle({1}, {"other.trace2"}, true);
+  auto requests = takeRequests(1);
+  ASSERT_EQ(requests.size(), 1u);
+  EXPECT_EQ(requests[0].masks[0].strId, 0);
+  confirm(1, requests[0]);
+  requests = takeRequests(1);
+  ASSERT_EQ(requests.size(), 1u);
+  EXPECT_EQ(requests[0].masks[0].strId, 1);
+  confirm(1, requests[0]);
+  EXPECT_EQ(answer().text, "ok\nok\n");  // both sessions print to the one front end
+}
+
+}  // namespace
+}  // namespace kvn

@@ -1,0 +1,92 @@
+#include "service/tracecontrol/profile_cmd_parser.h"
+
+#include <gtest/gtest.h>
+
+#include "service/agents/daxo_match_error.h"
+#include "service/tracecontrol/log_test_fixture.h"
+#include "service/tracecontrol/profile_list_cmd_session.h"
+#include "util/output_cmd_session.h"
+
+namespace kvn {
+namespace {
+
+class ProfileCmdParserTest : public kvn::testing::LogTestFixture {
+ protected:
+  void addAgents() {
+    Agent a;
+    a.objectService = false;
+    a.profiles = {{"Unused", {"*;*;x.check"}}};
+    addAgent(1, a);  // without the trace object function: its container is not listed
+    a.objectService = true;
+    a.profiles = {{"DefaultProfile", {"*;*;*.check", "MOKA;1;obj.info"}},
+                  {"Scheduling", {"*;*;*Scheduler.trace1"}},
+                  {"Sched2", {"*;0;ul.*"}}};
+    addAgent(2, a);
+  }
+
+  // The answer of a command: the session's text and result, or the error the parser raised.
+  std::pair<std::string, int> run(const std::vector<std::string>& args) {
+    std::shared_ptr<CmdSession> session;
+    try {
+      session = parser.parse(args);
+    } catch (const CmdParserErrorCode& e) {
+      return {e.what(), e.code()};
+    }
+    if (auto out = std::dynamic_pointer_cast<OutputCmdSession>(session))
+      return {out->getText(), out->getResult()};
+    answer_ = Answer();
+    launch(session);
+    const Answer a = answer();
+    return {a.text, a.result.value_or(-1)};
+  }
+
+  ProfileCmdParser parser;
+};
+
+TEST_F(ProfileCmdParserTest, ListsTheFirstServingAgentsProfilesInOrder) {
+  addAgents();
+  EXPECT_EQ(run({"list"}), std::make_pair(std::string("Profiles:\nDefaultProfile\nSched2\n"
+                                                      "Scheduling\n"),
+                                          0));
+  EXPECT_EQ(run({"list", "Sched*"}).first, "Profiles:\nSched2\nScheduling\n");
+  EXPECT_EQ(run({"list", "DefaultProfile"}).first, "Profiles:\nDefaultProfile\n");
+}
+
+TEST_F(ProfileCmdParserTest, VerboseShowsEachProfilesTraceProbes) {
+  addAgents();
+  const std::string head = "Instance            Role                Trace point or profile\n";
+  EXPECT_EQ(run({"list", "-v", "D*"}).first,
+            "Profiles:\nDefaultProfile\n" + head +
+                "*                   *                   *.check\n"
+                "MOKA                1                   obj.info\n\n");
+}
+
+TEST_F(ProfileCmdParserTest, WrongWordsAreAnsweredWithTheHelp) {
+  addAgents();
+  const std::string help = parser.usage();
+  EXPECT_NE(help.find("  Available profiles can be listed with the list command without "
+                      "specifying a profile.\n"),
+            std::string::npos);
+  EXPECT_NE(help.find("  profile list [<glob expression>] [--verbose]  List profiles that match "
+                      "the expression\n"),
+            std::string::npos);
+  EXPECT_EQ(run({}), std::make_pair("No action specified\n" + help, 1));
+  EXPECT_EQ(run({"show"}), std::make_pair("Unknown command show\n" + help, 1));
+  EXPECT_EQ(run({"list", "a", "b"}), std::make_pair("Too many arguments for list\n" + help, 1));
+  EXPECT_EQ(run({"list", "x"}), std::make_pair("Could not find profile with name x\n" + help, 1));
+  EXPECT_EQ(run({"list", "--bogus"}).second, 1);
+  EXPECT_EQ(run({"-h"}), std::make_pair(help + "\n", 0));
+}
+
+TEST_F(ProfileCmdParserTest, NeedsAnAgentWithTheTraceObjectFunction) {
+  EXPECT_THROW(parser.parse({"list"}), DaxoMatchError);  // nothing connected at all
+  Agent a;
+  a.objectService = false;
+  addAgent(1, a);
+  const auto [text, result] = run({"list"});
+  EXPECT_EQ(text.rfind("No matching DAXO supports trace profiles\n", 0), 0u) << text;
+  EXPECT_EQ(result, 1);
+}
+
+}  // namespace
+}  // namespace kvn

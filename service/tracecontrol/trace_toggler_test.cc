@@ -1,0 +1,89 @@
+#include "service/tracecontrol/trace_toggler.h"
+
+#include <gtest/gtest.h>
+
+#include "service/tracecontrol/log_test_fixture.h"
+
+namespace kvn {
+namespace {
+
+class TraceTogglerTest : public kvn::testing::LogTestFixture {
+ protected:
+  void SetUp() override {
+    LogTestFixture::SetUp();
+    Agent a;
+    // "dup" is an object, a utrace point and a profile at once; "x.info" both an object's
+    // group and a utrace point.
+    a.objects = {"dup", "x", "a.b"};
+    a.points = {{"dup", 1, false}, {"x.info", 2, false}, {"lone", 3, false}};
+    a.profiles["dup"] = {"*;*;x.trace9"};
+    a.profiles["Prof"] = {"*;*;x.trace8"};
+    addAgent(1, a);
+    settle(1);
+  }
+  // What the toggle ended with so far; the callbacks may run after it has returned.
+  std::string toggle(std::vector<std::string> names, bool enable) {
+    result.clear();
+    DaxoTraceModel::get(1).traceToggler->toggle(
+        names, enable, [&] { result = "done"; },
+        [&](const std::string& heading, const std::string& text) { result = heading + text; },
+        [](const std::string&) {}, false);
+    return result;
+  }
+  std::string result;
+};
+
+TEST_F(TraceTogglerTest, AnObjectNameWinsOverAUtracePointAndAProfileOfTheSameName) {
+  EXPECT_EQ(toggle({"dup"}, false), "");  // waits for the confirm of the mask
+  auto requests = confirmAll(1);
+  ASSERT_EQ(requests.size(), 1u);
+  EXPECT_EQ(requests[0].routine, kObjectRoutine);
+  EXPECT_EQ(mask(1, "dup"), 0u);
+  EXPECT_FALSE(DaxoTraceModel::get(1).uTracePoints[0].enabled);
+  EXPECT_EQ(DaxoTraceModel::get(1).enabledProfiles.count("dup"), 0u);
+
+  toggle({"x.info"}, false);  // the object x's group, not the utrace point
+  requests = confirmAll(1);
+  ASSERT_EQ(requests.size(), 1u);
+  EXPECT_EQ(requests[0].routine, kObjectRoutine);
+  EXPECT_FALSE(DaxoTraceModel::get(1).uTracePoints[1].enabled);
+}
+
+TEST_F(TraceTogglerTest, ObjectNamesWithDotsAndUnknownNames) {
+  toggle({"a.b"}, false);  // "b" is no group: the whole name is the object
+  confirmAll(1);
+  EXPECT_EQ(mask(1, "a.b"), 0u);
+  EXPECT_EQ(toggle({"a.b.info", "x.bogus"}, true),
+            "The following traces/profiles are not applicable on daxo 1:\n  x.bogus\n");
+  EXPECT_EQ(mask(1, "a.b"), 0u);
+  EXPECT_TRUE(takeRequests(1).empty());
+}
+
+TEST_F(TraceTogglerTest, UtracePointsAndProfilesWhenNoObjectMatches) {
+  toggle({"lone"}, true);
+  auto requests = confirmAll(1);
+  ASSERT_EQ(requests.size(), 1u);
+  EXPECT_EQ(requests[0].routine, kUtraceRoutine);
+  EXPECT_TRUE(DaxoTraceModel::get(1).uTracePoints[2].enabled);
+
+  toggle({"Prof"}, true);
+  requests = confirmAll(1);
+  EXPECT_EQ(requests.size(), 2u);
+  EXPECT_EQ(mask(1, "x") & 1u << 12, 1u << 12);
+}
+
+TEST_F(TraceTogglerTest, DisableCheckNamesTheFirstProfileNotEnabled) {
+  std::string text;
+  bool error = false;
+  DaxoTraceModel::get(1).traceToggler->checkDisableable(
+      {"x", "Prof", "dup"}, [&](bool e, const std::string& t) { error = e, text = t; });
+  EXPECT_TRUE(error);
+  EXPECT_EQ(text, "Prof is already disabled on daxo 1");
+  DaxoTraceModel::get(1).traceToggler->checkDisableable(
+      {"DefaultProfile", "x"}, [&](bool e, const std::string& t) { error = e, text = t; });
+  EXPECT_FALSE(error);
+  EXPECT_EQ(text, "");
+}
+
+}  // namespace
+}  // namespace kvn
