@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/ratio_reporter.h"
 #include "pxm/child_process.h"
 #include "pxm/pxm.h"
 #include "pxm/test_hub.h"
@@ -255,49 +256,19 @@ BENCHMARK(BM_RoundTrip64_Hub)->UseRealTime();
 BENCHMARK(BM_Throughput2K_Direct)->UseRealTime();
 BENCHMARK(BM_Throughput2K_Hub)->UseRealTime();
 
-// The console report, and at the end each hub figure as a ratio to its direct baseline.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    // With --benchmark_repetitions the median stands for the benchmark.
-    for (const Run& run : runs) {
-      if (run.error_occurred) continue;
-      const std::string& name = run.run_name.function_name;
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
-        median_[name] = run.GetAdjustedRealTime();
-      else if (run.run_type == Run::RT_Iteration)
-        perIteration_[name] = run.GetAdjustedRealTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  void Finalize() override {
-    ConsoleReporter::Finalize();
-    for (const auto& entry : median_) perIteration_[entry.first] = entry.second;
-    for (const char* base : {"BM_RoundTrip64", "BM_Throughput2K"}) {
-      const auto hub = perIteration_.find(std::string(base) + "_Hub");
-      const auto direct = perIteration_.find(std::string(base) + "_Direct");
-      if (hub == perIteration_.end() || direct == perIteration_.end() || direct->second <= 0)
-        continue;
-      std::printf("%s: hub %.0f ns, direct %.0f ns per message: hub/direct = %.2fx\n", base + 3,
-                  hub->second, direct->second, hub->second / direct->second);
-      const auto relay = perIteration_.find(std::string(base) + "_Relay");
-      if (relay != perIteration_.end())
-        std::printf("%s: bare relay %.0f ns: relay/direct = %.2fx, hub/relay = %.2fx\n", base + 3,
-                    relay->second, relay->second / direct->second, hub->second / relay->second);
-    }
-  }
-
- private:
-  std::map<std::string, double> perIteration_;
-  std::map<std::string, double> median_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  RatioReporter reporter;
+  using Ratio = kvn::bench::RatioReporter::Ratio;
+  std::vector<Ratio> ratios;
+  for (const std::string base : {"BM_RoundTrip64", "BM_Throughput2K"}) {
+    ratios.push_back({base.substr(3) + " hub/direct", base + "_Hub", base + "_Direct"});
+    ratios.push_back({base.substr(3) + " relay/direct", base + "_Relay", base + "_Direct"});
+    ratios.push_back({base.substr(3) + " hub/relay", base + "_Hub", base + "_Relay"});
+  }
+  kvn::bench::RatioReporter reporter(kvn::bench::RatioReporter::Clock::kReal, ratios);
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
   return 0;

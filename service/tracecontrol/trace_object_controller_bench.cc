@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/ratio_reporter.h"
 #include "service/agents/daxo_trace_model.h"
 #include "service/tracecontrol/manual_trace_overrides.h"
 #include "service/tracecontrol/profile_application.h"
@@ -252,37 +253,6 @@ BENCHMARK(BM_ProfileEnable_Fast)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_ConnectBuild_Reference)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_ConnectBuild_Fast)->Unit(benchmark::kMicrosecond);
 
-// The console report, and at the end each case as reference/fast.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.error_occurred) continue;
-      const std::string& name = run.run_name.function_name;
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
-        median_[name] = run.GetAdjustedCPUTime();
-      else if (run.run_type == Run::RT_Iteration)
-        perIteration_[name] = run.GetAdjustedCPUTime();
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  void Finalize() override {
-    ConsoleReporter::Finalize();
-    for (const auto& entry : median_) perIteration_[entry.first] = entry.second;
-    for (const char* base : {"BM_ManualToggle", "BM_ProfileEnable", "BM_ConnectBuild"}) {
-      const auto ref = perIteration_.find(std::string(base) + "_Reference");
-      const auto fast = perIteration_.find(std::string(base) + "_Fast");
-      if (ref == perIteration_.end() || fast == perIteration_.end() || fast->second <= 0) continue;
-      std::printf("%s: reference %.1f us, fast %.1f us: reference/fast = %.1fx\n", base + 3,
-                  ref->second, fast->second, ref->second / fast->second);
-    }
-  }
-
- private:
-  std::map<std::string, double> perIteration_;
-  std::map<std::string, double> median_;
-};
-
 }  // namespace
 }  // namespace kvn
 
@@ -299,7 +269,11 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   if (!kvn::sameResults(smoke)) return 1;
-  kvn::RatioReporter reporter;
+  using Ratio = kvn::bench::RatioReporter::Ratio;
+  std::vector<Ratio> ratios;
+  for (const std::string base : {"BM_ManualToggle", "BM_ProfileEnable", "BM_ConnectBuild"})
+    ratios.push_back({base.substr(3) + " reference/fast", base + "_Reference", base + "_Fast"});
+  kvn::bench::RatioReporter reporter(kvn::bench::RatioReporter::Clock::kCpu, ratios);
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
   kvn::DaxoTraceModel::resetAll();

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "tests/e2e/log_system.h"
+#include "tests/e2e/test_system.h"
 
 namespace kvn::e2e {
 namespace {
@@ -24,11 +24,16 @@ class LogCommandTest : public ::testing::Test {
     ASSERT_TRUE(system_.startAgent(1)) << system_.agent(1).err();
     ASSERT_TRUE(system_.startAgent(2)) << system_.agent(2).err();
   }
+  // Runs `zorf log <args>` to its end.
+  int log(std::vector<std::string> args, std::string& out) {
+    args.insert(args.begin(), {"zorf", "log"});
+    return system_.shell(args, out);
+  }
   // The mask requests an agent got, in order.
   std::vector<std::string> masks(int agent) { return system_.journalLines(agent, kSetMask); }
 
   RunDir dir_;
-  LogSystem system_{dir_};
+  TestSystem system_{dir_};
   std::string out_;
 };
 
@@ -36,7 +41,7 @@ TEST_F(LogCommandTest, ConnectingAgentGetsEveryInitialMaskAndItsUtraceSettings) 
   startBoth();
   const auto initial = masks(1);
   ASSERT_EQ(initial.size(), 1u);
-  const uint32_t d = LogSystem::kDefaultMask;
+  const uint32_t d = TestSystem::kDefaultMask;
   EXPECT_NE(
       initial[0].find("\"masks\":[" + entry(0, d) + "," + entry(1, d) + "," + entry(2, d) + "]"),
       std::string::npos)
@@ -52,13 +57,13 @@ TEST_F(LogCommandTest, ConnectingAgentGetsEveryInitialMaskAndItsUtraceSettings) 
 
 TEST_F(LogCommandTest, EnablingGroupsOfOneObjectSendsOneEntryToEachAgent) {
   startBoth();
-  ASSERT_EQ(system_.log({"disable", "*", "DefaultProfile"}, out_), 0) << out_;
+  ASSERT_EQ(log({"disable", "*", "DefaultProfile"}, out_), 0) << out_;
   EXPECT_EQ(out_, "ok\n");
   ASSERT_EQ(masks(1).size(), 2u);
   EXPECT_NE(masks(1)[1].find(entry(0, 0) + "," + entry(1, 0) + "," + entry(2, 0)),
             std::string::npos);
 
-  ASSERT_EQ(system_.log({"enable", "*", "obj", "info", "error"}, out_), 0) << out_;
+  ASSERT_EQ(log({"enable", "*", "obj", "info", "error"}, out_), 0) << out_;
   EXPECT_EQ(out_, "ok\n");
   for (int agent : {1, 2}) {
     const auto got = masks(agent);
@@ -67,9 +72,9 @@ TEST_F(LogCommandTest, EnablingGroupsOfOneObjectSendsOneEntryToEachAgent) {
     EXPECT_NE(got[2].find("\"confirm\":\"sent\""), std::string::npos) << got[2];
   }
 
-  ASSERT_EQ(system_.log({"enable", "*", "a.b"}, out_), 1);
+  ASSERT_EQ(log({"enable", "*", "a.b"}, out_), 1);
   EXPECT_EQ(out_, "error\nThe following traces/profiles are invalid:\na.b\n");
-  ASSERT_EQ(system_.log({"enable", "*", "harqHandler"}, out_), 0);
+  ASSERT_EQ(log({"enable", "*", "harqHandler"}, out_), 0);
   EXPECT_EQ(out_,
             "ok, although\nThe following traces/profiles are not applicable on daxo 2:\n"
             "  harqHandler\n\n");
@@ -78,27 +83,28 @@ TEST_F(LogCommandTest, EnablingGroupsOfOneObjectSendsOneEntryToEachAgent) {
 
 TEST_F(LogCommandTest, ProfileEnableSendsEveryMaskAndResetBringsBackOnlyTheDefault) {
   startBoth();
-  ASSERT_EQ(system_.log({"enable", "1", "Scheduling"}, out_), 0) << out_;
+  ASSERT_EQ(log({"enable", "1", "Scheduling"}, out_), 0) << out_;
   EXPECT_EQ(out_, "ok\n");
-  const uint32_t d = LogSystem::kDefaultMask;
+  const uint32_t d = TestSystem::kDefaultMask;
   ASSERT_EQ(masks(1).size(), 2u);
   EXPECT_NE(masks(1)[1].find(entry(0, d) + "," + entry(1, d | 0x20) + "," + entry(2, d)),
             std::string::npos)
       << masks(1)[1];
   EXPECT_EQ(masks(2).size(), 1u);
 
-  ASSERT_EQ(system_.log({"reset"}, out_), 0) << out_;
+  ASSERT_EQ(log({"reset"}, out_), 0) << out_;
   EXPECT_EQ(out_, "ok\n");
   ASSERT_EQ(masks(1).size(), 3u);
   EXPECT_NE(masks(1)[2].find("\"masks\":[" + entry(1, d) + "]"), std::string::npos) << masks(1)[2];
-  ASSERT_EQ(system_.log({"disable", "1", "Scheduling"}, out_), 1);
+  ASSERT_EQ(log({"disable", "1", "Scheduling"}, out_), 1);
   EXPECT_EQ(out_, "error\nScheduling is already disabled on daxo 1\n");
 }
 
 TEST_F(LogCommandTest, AgentKilledWhileItsConfirmIsHeldFailsTheCommand) {
   ASSERT_TRUE(system_.startAgent(1, {"--drop-confirms"})) << system_.agent(1).err();
   ASSERT_TRUE(system_.startAgent(2)) << system_.agent(2).err();
-  std::unique_ptr<Process> shell = system_.startLog({"enable", "*", "obj", "trace1"});
+  std::unique_ptr<Process> shell =
+      system_.startShell({"zorf", "log", "enable", "*", "obj", "trace1"});
   // Agent 1 still waits on its initial masks: the toggle's batch queues behind them.
   ASSERT_TRUE(eventually([&] { return masks(2).size() == 2; }));
   EXPECT_TRUE(shell->running());
@@ -110,8 +116,10 @@ TEST_F(LogCommandTest, AgentKilledWhileItsConfirmIsHeldFailsTheCommand) {
 
 TEST_F(LogCommandTest, ASlowAgentGetsTheNextBatchOnlyAfterItsConfirm) {
   ASSERT_TRUE(system_.startAgent(1, {"--confirm-delay-ms", "700"})) << system_.agent(1).err();
-  std::unique_ptr<Process> first = system_.startLog({"enable", "1", "obj", "trace1"});
-  std::unique_ptr<Process> second = system_.startLog({"enable", "1", "harqHandler", "trace2"});
+  std::unique_ptr<Process> first =
+      system_.startShell({"zorf", "log", "enable", "1", "obj", "trace1"});
+  std::unique_ptr<Process> second =
+      system_.startShell({"zorf", "log", "enable", "1", "harqHandler", "trace2"});
   EXPECT_EQ(first->wait(), 0) << first->out();
   EXPECT_EQ(second->wait(), 0) << second->out();
   // Every mask request after the first comes after the confirm of the one before.

@@ -3,19 +3,19 @@
 
 #include <string>
 
-#include "tests/e2e/state_system.h"
+#include "tests/e2e/test_system.h"
 
 namespace kvn::e2e {
 namespace {
 
 TEST(ProfileCommandTest, ListsTheContainersProfilesAndTheirProbes) {
   RunDir dir;
-  StateSystem system(dir);
+  TestSystem system(dir);
   ASSERT_TRUE(system.ok()) << system.error();
   std::string out;
   EXPECT_EQ(system.shell({"zoth", "profile", "list"}, out), 1) << "no agent yet";
   EXPECT_EQ(out.rfind("No connected DAXO matched", 0), 0u) << out;
-  ASSERT_TRUE(system.startAgent()) << system.agent().err();
+  ASSERT_TRUE(system.startAgent(1)) << system.agent(1).err();
   EXPECT_EQ(system.shell({"zoth", "profile", "list"}, out), 0);
   EXPECT_EQ(out, "Profiles:\nDefaultProfile\nScheduling\n");
   EXPECT_EQ(system.shell({"zoth", "profile", "list", "Sched*", "-v"}, out), 0);

@@ -11,7 +11,7 @@
 
 #include <string>
 
-#include "tests/e2e/state_system.h"
+#include "tests/e2e/test_system.h"
 
 namespace kvn::e2e {
 namespace {
@@ -73,38 +73,38 @@ class StateSaveTest : public ::testing::Test {
   // after `masksBefore` and `pointsBefore` lines of the journal.
   void expectSavedStateArrived(size_t masksBefore = 0, size_t pointsBefore = 0) {
     ASSERT_TRUE(eventually([&] {
-      return system_.journalLines(kSetMask).size() > masksBefore &&
-             system_.journalLines(kUtrace).size() > pointsBefore;
-    })) << system_.agent().err();
-    const std::string masks = system_.journalLines(kSetMask)[masksBefore];
+      return system_.journalLines(1, kSetMask).size() > masksBefore &&
+             system_.journalLines(1, kUtrace).size() > pointsBefore;
+    })) << system_.agent(1).err();
+    const std::string masks = system_.journalLines(1, kSetMask)[masksBefore];
     EXPECT_NE(masks.find(kSavedMasks), std::string::npos) << masks;
-    const std::string points = system_.journalLines(kUtrace)[pointsBefore];
+    const std::string points = system_.journalLines(1, kUtrace)[pointsBefore];
     EXPECT_NE(points.find(kSavedPoints), std::string::npos) << points;
     log({"status", "1", "-p"}, kProfileStatus);
     EXPECT_FALSE(exists(system_.stateFile())) << "a saved state is used once";
   }
 
   RunDir dir_;
-  StateSystem system_{dir_};
+  TestSystem system_{dir_};
   std::string out_;
 };
 
 TEST_F(StateSaveTest, AgentKilledAndStartedAgainGetsTheSavedState) {
-  ASSERT_TRUE(system_.startAgent()) << system_.agent().err();
+  ASSERT_TRUE(system_.startAgent(1)) << system_.agent(1).err();
   switchAll();
   save();
-  system_.agent().signal(SIGKILL);
-  ASSERT_TRUE(system_.agent().wait().has_value());
-  ASSERT_TRUE(system_.startAgent()) << system_.agent().err();
+  system_.agent(1).signal(SIGKILL);
+  ASSERT_TRUE(system_.agent(1).wait().has_value());
+  ASSERT_TRUE(system_.startAgent(1)) << system_.agent(1).err();
   expectSavedStateArrived();
 }
 
 TEST_F(StateSaveTest, ServiceRestartedGivesTheReconnectingAgentTheSavedState) {
-  ASSERT_TRUE(system_.startAgent({"--reconnect"})) << system_.agent().err();
+  ASSERT_TRUE(system_.startAgent(1, {"--reconnect"})) << system_.agent(1).err();
   switchAll();
   save();
-  const size_t masks = system_.journalLines(kSetMask).size();
-  const size_t points = system_.journalLines(kUtrace).size();
+  const size_t masks = system_.journalLines(1, kSetMask).size();
+  const size_t points = system_.journalLines(1, kUtrace).size();
   EXPECT_EQ(system_.service().stop(SIGTERM), 0);
   ASSERT_TRUE(system_.startService()) << system_.error();
   expectSavedStateArrived(masks, points);
@@ -147,7 +147,7 @@ class UnwritableDirectory {
 };
 
 TEST_F(StateSaveTest, SaveThatCannotWriteAnswersOkAndKeepsTheEarlierFile) {
-  ASSERT_TRUE(system_.startAgent()) << system_.agent().err();
+  ASSERT_TRUE(system_.startAgent(1)) << system_.agent(1).err();
   save();
   const std::string earlier = dir_.read("state/savedTraceGroupsAndProfilesTC2_MOKA-1");
   log({"enable", "1", "obj", "trace2"});

@@ -1,4 +1,6 @@
-#include "tests/e2e/log_system.h"
+#include "tests/e2e/test_system.h"
+
+#include <sys/stat.h>
 
 #include <fstream>
 #include <sstream>
@@ -29,16 +31,6 @@ const char* const kContainer = R"({
   ]
 })";
 
-std::string agentDescription(int number, const std::string& lmc) {
-  std::ostringstream d;
-  d << R"({"connect": "version", "version": 2, "bbmHwNumber": )" << number
-    << R"(, "instanceName": "MOKA", "domainDaxoIndex": )" << number
-    << R"(, "roleIndex": 0, "loadModuleName": "dsp)" << number << R"(", "lmcPath": ")" << lmc
-    << R"(", "routines": [{"routineId": 40, "implements": "traceObjectManager"},)"
-    << R"( {"routineId": 41, "implements": "uniqueTraceManager"}]})";
-  return d.str();
-}
-
 void write(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
 
 bool contains(const std::string& text, const std::string& part) {
@@ -47,7 +39,7 @@ bool contains(const std::string& text, const std::string& part) {
 
 }  // namespace
 
-LogSystem::LogSystem(const RunDir& dir) : dir_(dir) {
+TestSystem::TestSystem(const RunDir& dir) : dir_(dir) {
   for (const char* program : {programs::kPxmd, programs::kTraceController, programs::kKvnsh,
                               programs::kDaxoSim, programs::kLmcTool}) {
     if (*program == '\0') {
@@ -57,60 +49,87 @@ LogSystem::LogSystem(const RunDir& dir) : dir_(dir) {
   }
   write(dir.file("lmc.json"), kContainer);
   Process pack(dir, "lmc-tool", programs::kLmcTool,
-               {"pack", dir.file("agents.lmc"), "--from", dir.file("lmc.json")});
+               {"pack", containerFile(), "--from", dir.file("lmc.json")});
   if (pack.wait() != 0) {
     error_ = "lmc-tool pack failed: " + pack.err();
     return;
   }
-  for (int n = 1; n <= 2; ++n)
-    write(dir.file("agent" + std::to_string(n) + ".json"),
-          agentDescription(n, dir.file("agents.lmc")));
+  for (int n = 1; n <= kAgents; ++n) describeAgent(n, "");
+  mkdir(stateDir().c_str(), 0755);
   hub_ = std::make_unique<PxmHub>(dir);
   if (!hub_->ok()) {
     error_ = "pxmd did not come up: " + hub_->process().err();
     return;
   }
-  // Saved states go to the run directory, never to a shared /tmp.
-  service_ = std::make_unique<Process>(
-      dir, "service", programs::kTraceController, std::vector<std::string>{},
-      Process::Env{{"KVN_LOG_STDERR", "debug"}, {"LOG_DIR", dir.path()}});
-  if (!eventually(
-          [&] { return contains(service_->err(), "Mainloop starting") || !service_->running(); }) ||
-      !service_->running())
-    error_ = "the service did not come up: " + service_->err();
+  startService();
 }
 
-bool LogSystem::startAgent(int number, std::vector<std::string> options) {
-  const std::string name = "agent" + std::to_string(number);
-  std::vector<std::string> args = {"--journal", dir_.file(name + ".journal")};
+bool TestSystem::startService(std::vector<std::string> options) {
+  // Saved states go to the run directory, never to a shared /tmp.
+  service_ = std::make_unique<Process>(
+      dir_, "service" + std::to_string(++serviceRuns_), programs::kTraceController,
+      std::move(options), Process::Env{{"KVN_LOG_STDERR", "debug"}, {"LOG_DIR", stateDir()}});
+  if (!eventually(
+          [&] { return contains(service_->err(), "Mainloop starting") || !service_->running(); }) ||
+      !service_->running()) {
+    error_ = "the service did not come up: " + service_->err();
+    return false;
+  }
+  return true;
+}
+
+void TestSystem::describeAgent(int number, const std::string& moreRoutines) {
+  std::ostringstream d;
+  d << R"({"connect": "version", "version": 2, "bbmHwNumber": )" << number
+    << R"(, "instanceName": "MOKA", "domainDaxoIndex": )" << number
+    << R"(, "roleIndex": 0, "loadModuleName": "dsp)" << (number == 2 ? 2 : 1)
+    << R"(", "lmcPath": ")" << containerFile()
+    << R"(", "routines": [{"routineId": 40, "implements": "traceObjectManager"},)"
+    << R"( {"routineId": 41, "implements": "uniqueTraceManager"})"
+    << (moreRoutines.empty() ? "" : ", " + moreRoutines) << "]}";
+  write(agentFile(number), d.str());
+}
+
+std::string TestSystem::agentFile(int number) const {
+  return dir_.file("agent" + std::to_string(number) + ".json");
+}
+
+std::string TestSystem::journalName(int number) const {
+  return "agent" + std::to_string(number) + "-" + std::to_string(agentRuns_[number - 1]) +
+         ".journal";
+}
+
+bool TestSystem::startAgent(int number, std::vector<std::string> options) {
+  ++agentRuns_[number - 1];
+  std::vector<std::string> args = {"--journal", dir_.file(journalName(number))};
   args.insert(args.end(), options.begin(), options.end());
-  args.push_back(dir_.file(name + ".json"));
-  agents_[number - 1] = std::make_unique<Process>(dir_, name, programs::kDaxoSim, args);
+  args.push_back(agentFile(number));
+  agents_[number - 1] = std::make_unique<Process>(
+      dir_, "agent" + std::to_string(number) + "-" + std::to_string(agentRuns_[number - 1]),
+      programs::kDaxoSim, args);
   return eventually([&] { return !journalLines(number, "KVN_TRACEOBJECT_SETMASK_REQ").empty(); });
 }
 
-std::unique_ptr<Process> LogSystem::startLog(const std::vector<std::string>& args) {
-  std::vector<std::string> words = {"zorf", "log"};
-  words.insert(words.end(), args.begin(), args.end());
-  return std::make_unique<Process>(dir_, "kvnsh" + std::to_string(++runs_), programs::kKvnsh,
+std::unique_ptr<Process> TestSystem::startShell(const std::vector<std::string>& words) {
+  return std::make_unique<Process>(dir_, "kvnsh" + std::to_string(++shellRuns_), programs::kKvnsh,
                                    words);
 }
 
-int LogSystem::log(const std::vector<std::string>& args, std::string& out) {
-  std::unique_ptr<Process> shell = startLog(args);
+int TestSystem::shell(const std::vector<std::string>& words, std::string& out) {
+  std::unique_ptr<Process> shell = startShell(words);
   const std::optional<int> status = shell->wait();
   out = shell->out();
   return status.value_or(-1);
 }
 
-std::vector<std::string> LogSystem::journal(int number) const {
+std::vector<std::string> TestSystem::journal(int number) const {
   std::vector<std::string> lines;
-  std::istringstream in(dir_.read("agent" + std::to_string(number) + ".journal"));
+  std::istringstream in(dir_.read(journalName(number)));
   for (std::string line; std::getline(in, line);) lines.push_back(line);
   return lines;
 }
 
-std::vector<std::string> LogSystem::journalLines(int number, const std::string& text) const {
+std::vector<std::string> TestSystem::journalLines(int number, const std::string& text) const {
   std::vector<std::string> out;
   for (const std::string& line : journal(number))
     if (contains(line, text)) out.push_back(line);

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/e2e/process.h"
+#include "tests/e2e/pxm_hub.h"
+#include "tests/e2e/run_dir.h"
+
+namespace kvn::e2e {
+
+// The whole system as real processes in one run directory: the hub, the service (which can be
+// stopped and started again), simulated agents 1 to 5 (each can be killed and started again) and
+// kvnsh for each command. The agents' container is packed by lmc-tool: module dsp1 has the
+// objects obj, ulScheduler and harqHandler and the utrace points ulScheduler.grant (id 1, off by
+// default), ulScheduler.alloc (id 2, on) and harqHandler.retx (id 3, off); module dsp2 has obj
+// and other; the profile "Scheduling" is "*;*;*Scheduler.trace1". Agent n is "MOKA" with index
+// n, on dsp2 when n is 2 and dsp1 otherwise, and deploys the trace object and utrace functions.
+// The service keeps its saved states in `stateDir()`.
+class TestSystem {
+ public:
+  static constexpr uint32_t kDefaultMask = 0x100013;  // check, error, info, interface
+
+  explicit TestSystem(const RunDir& dir);
+
+  // False (with the reason in `error()`) when a program is missing or did not come up.
+  bool ok() const { return error_.empty(); }
+  const std::string& error() const { return error_; }
+
+  bool startService(std::vector<std::string> options = {});
+  Process& service() { return *service_; }
+
+  // The description of agent `number`, with `moreRoutines` (JSON objects, comma-separated)
+  // after its two routines; written to `agentFile(number)`, which startAgent reads.
+  void describeAgent(int number, const std::string& moreRoutines);
+  std::string agentFile(int number) const;
+  std::string containerFile() const { return dir_.file("agents.lmc"); }
+
+  // Starts the agent with a fresh journal and extra daxo-sim options, and waits until its
+  // initial masks are in the journal.
+  bool startAgent(int number, std::vector<std::string> options = {});
+  Process& agent(int number) { return *agents_[number - 1]; }
+
+  // Runs `kvnsh <words>` to its end; gives the exit status and sets `out`.
+  int shell(const std::vector<std::string>& words, std::string& out);
+  // Starts it without waiting.
+  std::unique_ptr<Process> startShell(const std::vector<std::string>& words);
+
+  // The journal of the agent's current run, and its lines that hold `text`.
+  std::vector<std::string> journal(int number) const;
+  std::vector<std::string> journalLines(int number, const std::string& text) const;
+
+  std::string stateDir() const { return dir_.file("state"); }
+  std::string stateFile() const { return stateDir() + "/savedTraceGroupsAndProfilesTC2_MOKA-1"; }
+
+ private:
+  static constexpr int kAgents = 5;
+
+  std::string journalName(int number) const;
+
+  const RunDir& dir_;
+  std::string error_;
+  std::unique_ptr<PxmHub> hub_;
+  std::unique_ptr<Process> service_;
+  std::unique_ptr<Process> agents_[kAgents];
+  int agentRuns_[kAgents] = {};
+  int serviceRuns_ = 0;
+  int shellRuns_ = 0;
+};
+
+}  // namespace kvn::e2e
