@@ -28,6 +28,8 @@ bool ChunkWriter::flushBase64() {
 }
 
 bool ChunkWriter::write(uint16_t stream, const uint8_t* data, size_t size) {
+  if (progress_) progress_->add(size);
+  if (dump_ && binary_) return binary_->write(data, size, &error_);
   if (stream != kBinaryStream) {
     // Text between binary chunks must not land inside a base64 line.
     if (!flushBase64()) return false;
@@ -41,6 +43,7 @@ bool ChunkWriter::write(uint16_t stream, const uint8_t* data, size_t size) {
 
 bool ChunkWriter::finish(bool succeeded, std::string* note) {
   note->clear();
+  if (progress_) progress_->clear();
   bool ok = flushBase64();
   if (binary_ && binary_->started()) {
     const size_t bytes = binary_->bytes();

@@ -55,5 +55,26 @@ TEST(ChunkWriterTest, BinaryGoesToTheFileAndTextStaysOnTheTerminal) {
   std::system(("rm -rf " + dir).c_str());
 }
 
+TEST(ChunkWriterTest, ADumpPutsEveryStreamIntoTheFile) {
+  char tmpl[] = "/tmp/kvnsh-cw.XXXXXX";
+  const std::string dir = mkdtemp(tmpl);
+  OutputFile file(dir + "/d.bin");
+  FILE* f = tmpfile();
+  ChunkWriter w(fileno(f), &file);
+  w.setDump(nullptr);
+  ASSERT_TRUE(w.write(0, bytes("LPP\n"), 4));
+  ASSERT_TRUE(w.write(0, bytes("\0\1"), 2));
+  ASSERT_TRUE(w.write(1, bytes("\2"), 1));
+  std::string note;
+  ASSERT_TRUE(w.finish(true, &note));
+  EXPECT_EQ(slurp(f), "");
+  std::ifstream in(dir + "/d.bin", std::ios::binary);
+  std::stringstream s;
+  s << in.rdbuf();
+  EXPECT_EQ(s.str(), std::string("LPP\n\0\1\2", 7));
+  fclose(f);
+  std::system(("rm -rf " + dir).c_str());
+}
+
 }  // namespace
 }  // namespace kvnsh

@@ -7,6 +7,7 @@
 #include "kvnsh/chunk_writer.h"
 #include "kvnsh/command_request.h"
 #include "kvnsh/command_runner.h"
+#include "kvnsh/dump_command.h"
 #include "kvnsh/exit_status.h"
 #include "kvnsh/interrupt_counter.h"
 #include "kvnsh/prompt.h"
@@ -42,6 +43,11 @@ int Shell::runWords(const std::vector<std::string>& words) {
     say(error + "; nothing sent");
     return kExitUsage;
   }
+  const bool dump = DumpCommand::is(words);
+  if (dump && !binary_ && !DumpCommand::base64(words) && isatty(STDOUT_FILENO)) {
+    say("a dump is binary and is not written to a terminal; use --output FILE or --base64");
+    return kExitUsage;
+  }
   const MailboxId service = mailbox_.locate(options_.service);
   if (service == kNoMailbox) {
     say("no service \"" + options_.service + "\" on the mailbox hub; is it running?");
@@ -49,6 +55,11 @@ int Shell::runWords(const std::vector<std::string>& words) {
   }
   fflush(stdout);
   ChunkWriter out(STDOUT_FILENO, binary_.get());
+  std::unique_ptr<DumpProgress> progress;
+  if (dump) {
+    if (isatty(STDERR_FILENO)) progress = std::make_unique<DumpProgress>(STDERR_FILENO);
+    out.setDump(progress.get());
+  }
   CommandRunner runner(mailbox_, out, &InterruptCounter::count, say);
   return runner.run(options_.service, service, nextRoutine(), words);
 }

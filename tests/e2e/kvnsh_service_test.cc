@@ -95,5 +95,11 @@ TEST_F(KvnshServiceTest, PromptRunsTwoCommands) {
   EXPECT_EQ(term.wait(), 2) << term.screen();  // the status of the last command
 }
 
+TEST_F(KvnshServiceTest, ADumpIsNeverPouredIntoATerminal) {
+  KvnshTerminal term(dir_, programs::kKvnsh, {"zoth", "recorder", "dump", "1:lpp"});
+  EXPECT_EQ(term.wait(), 100) << term.screen();
+  EXPECT_TRUE(contains(term.screen(), "use --output FILE or --base64")) << term.screen();
+}
+
 }  // namespace
 }  // namespace kvn::e2e
