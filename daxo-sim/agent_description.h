@@ -11,6 +11,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "daxo-sim/super_trace_settings.h"
+
 namespace kvn::daxosim {
 
 class AgentDescription {
@@ -58,6 +60,8 @@ class AgentDescription {
   std::optional<uint16_t> attributeCount;
   // The agent's own mailbox name; empty means one derived from the number.
   std::string mailboxName;
+  // How its simulated SuperTrace buffer behaves.
+  SuperTraceSettings superTrace;
 };
 
 }  // namespace kvn::daxosim

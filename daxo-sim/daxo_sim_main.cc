@@ -7,6 +7,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <algorithm>
 #include <chrono>
 
 #include <memory>
@@ -15,9 +16,13 @@
 #include "daxo-sim/agent_description.h"
 #include "daxo-sim/agent_simulator.h"
 #include "daxo-sim/confirm_sender.h"
+#include "daxo-sim/forwarder_handler.h"
 #include "daxo-sim/handler_registry.h"
 #include "daxo-sim/journal.h"
 #include "daxo-sim/journal_only_handler.h"
+#include "daxo-sim/memory_buffer_handler.h"
+#include "daxo-sim/simulated_buffer.h"
+#include "daxo-sim/super_trace_handler.h"
 #include "daxo-sim/trace_mask_handler.h"
 #include "daxo-sim/utrace_config_handler.h"
 
@@ -43,6 +48,7 @@ void usage(FILE* out) {
           "                     (without it the simulator ends when the service goes)\n"
           "  --confirm-delay-ms N  hold each trace mask and utrace confirm for N ms\n"
           "  --drop-confirms    never confirm a trace mask or utrace request\n"
+          "  --reject-route attach|detach  the forwarders reject every such request\n"
           "  --help             this text\n");
 }
 
@@ -56,6 +62,8 @@ int main(int argc, char** argv) {
   std::optional<std::string> lmcPath;
   long confirmDelayMs = 0;
   bool dropConfirms = false;
+  using kvn::daxosim::ForwarderHandler;
+  ForwarderHandler::Reject rejectRoute = ForwarderHandler::Reject::kNone;
   enum {
     kService = 1,
     kMailbox,
@@ -65,6 +73,7 @@ int main(int argc, char** argv) {
     kReconnect,
     kConfirmDelay,
     kDropConfirms,
+    kRejectRoute,
     kHelp
   };
   static const struct option longOptions[] = {
@@ -76,6 +85,7 @@ int main(int argc, char** argv) {
       {"reconnect", no_argument, nullptr, kReconnect},
       {"confirm-delay-ms", required_argument, nullptr, kConfirmDelay},
       {"drop-confirms", no_argument, nullptr, kDropConfirms},
+      {"reject-route", required_argument, nullptr, kRejectRoute},
       {"help", no_argument, nullptr, kHelp},
       {nullptr, 0, nullptr, 0}};
   for (int c; (c = getopt_long(argc, argv, "", longOptions, nullptr)) != -1;) {
@@ -110,6 +120,16 @@ int main(int argc, char** argv) {
       case kDropConfirms:
         dropConfirms = true;
         break;
+      case kRejectRoute:
+        if (strcmp(optarg, "attach") == 0) {
+          rejectRoute = ForwarderHandler::Reject::kAttach;
+        } else if (strcmp(optarg, "detach") == 0) {
+          rejectRoute = ForwarderHandler::Reject::kDetach;
+        } else {
+          fprintf(stderr, "daxo-sim: --reject-route takes attach or detach\n");
+          return 2;
+        }
+        break;
       case kHelp:
         usage(stdout);
         return 0;
@@ -143,10 +163,21 @@ int main(int argc, char** argv) {
                  std::make_unique<kvn::daxosim::TraceMaskHandler>(confirms));
     handlers.add(kvn::daxosim::UtraceConfigHandler::kImplementsCode,
                  std::make_unique<kvn::daxosim::UtraceConfigHandler>(confirms));
+    kvn::daxosim::SimulatedBuffer buffer(description.superTrace.bufferWords,
+                                         description.superTrace.blockWords);
+    auto superTrace =
+        std::make_unique<kvn::daxosim::SuperTraceHandler>(buffer, description.superTrace, *journal);
+    kvn::daxosim::SuperTraceHandler& superTraceRoutine = *superTrace;
+    handlers.add(kvn::daxosim::SuperTraceHandler::kImplementsCode, std::move(superTrace));
+    handlers.add(kvn::daxosim::MemoryBufferHandler::kImplementsCode,
+                 std::make_unique<kvn::daxosim::MemoryBufferHandler>(buffer));
+    handlers.add(ForwarderHandler::kImplementsCode,
+                 std::make_unique<ForwarderHandler>(description, rejectRoute));
     handlers.deployAll(description);
-    options.tick = [&confirms] {
+    options.tick = [&confirms, &superTraceRoutine] {
       confirms.sendDue();
-      return confirms.msUntilNext();
+      const long a = confirms.msUntilNext(), b = superTraceRoutine.advance();
+      return a < 0 ? b : b < 0 ? a : std::min(a, b);
     };
 
     struct sigaction sa;

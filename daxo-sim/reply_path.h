@@ -16,6 +16,11 @@ class ReplyPath {
 
   ReplyPath(Transport transport, uint32_t peerMailbox, uint16_t peerRoutine, uint16_t ownRoutine);
 
+  // The same peer, but another of its routines: for what the agent sends unasked.
+  ReplyPath toRoutine(uint16_t peerRoutine) const {
+    return ReplyPath(transport_, peerMailbox_, peerRoutine, ownRoutine_);
+  }
+
   // Sends `body` (already in network order) under sub-message number `submsgno`.
   void send(uint16_t submsgno, const std::vector<uint8_t>& body) const;
 

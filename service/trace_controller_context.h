@@ -8,6 +8,7 @@
 namespace kvn {
 class DaxoConnectionMonitor;
 class RoutineTable;
+class SuperTrace;
 }  // namespace kvn
 
 // The one global context: how the parts of the service that are not handed each other reach
@@ -19,6 +20,7 @@ class TraceControllerContext {
   std::string instanceName;
   uint32_t diagHandlerMailbox = static_cast<uint32_t>(-1);
   kvntrace::EventId diagHandlerLostEvent;
+  kvn::SuperTrace* superTrace = nullptr;
   kvn::DaxoConnectionMonitor* connectionMonitor = nullptr;
   kvn::RoutineTable* routineTable = nullptr;
 

@@ -8,6 +8,7 @@
 #include "service/agents/daxo_connection_monitor.h"
 #include "service/agents/daxo_trace_model.h"
 #include "service/agents/info_cmd_parser.h"
+#include "service/datapath/super_trace.h"
 #include "service/datapath/trace_data_path_connect_hooks.h"
 #include "service/stop_signal_handler.h"
 #include "service/trace_controller_context.h"
@@ -90,7 +91,10 @@ int main(int argc, char** argv) {
 
     auto cmdSessionFactory = std::make_shared<kvn::CmdSessionFactory>();
 
+    // Takes its fixed routine number for the agents' indications.
+    kvn::SuperTrace superTrace(connectEvent->getId(), &routineTable, 3);
     auto connectionMonitor = std::make_shared<kvn::DaxoConnectionMonitor>(connectEvent->getId());
+    context.superTrace = &superTrace;
     context.connectionMonitor = connectionMonitor.get();
     context.routineTable = &routineTable;
 

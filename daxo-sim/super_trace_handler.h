@@ -1,0 +1,73 @@
+#pragma once
+// The agent's SuperTrace routine (IMPLEMENTS 4): runs the producers, which fill the simulated
+// buffer from the sources of their `sourceMask`, and the consumer, which drains it. While the
+// consumer runs (a stream) it tells routine 3 of the service when the buffer has filled
+// ("KVN_SUPERTRACE_BUFFER_FULL_IND") and, once the producers are stopped, when it has drained
+// ("KVN_SUPERTRACE_BUFFER_EMPTY_IND"). Stops are confirmed after the description's delay.
+
+#include <stdint.h>
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <optional>
+
+#include "daxo-sim/agent_handler.h"
+#include "daxo-sim/journal.h"
+#include "daxo-sim/simulated_buffer.h"
+#include "daxo-sim/super_trace_settings.h"
+
+namespace kvn::daxosim {
+
+class SuperTraceHandler : public AgentHandler {
+ public:
+  static constexpr uint16_t kImplementsCode = 4;
+  static constexpr uint16_t kServiceRoutine = 3;
+
+  using Clock = std::chrono::steady_clock;
+  // Words taken from the buffer by the consumer, to be sent on.
+  using OnConsumed = std::function<void(uint64_t words)>;
+
+  SuperTraceHandler(SimulatedBuffer& buffer, const SuperTraceSettings& settings, Journal& journal,
+                    std::function<Clock::time_point()> now = Clock::now);
+
+  void handle(const Request& request, const ReplyPath& reply, nlohmann::json& entry) override;
+
+  // Moves the buffer on to the present, sends what is due; gives how many ms until it wants to
+  // run again, or -1 when nothing runs and nothing waits.
+  long advance();
+
+  void setOnConsumed(OnConsumed onConsumed) { onConsumed_ = std::move(onConsumed); }
+  bool producing() const { return producing_; }
+  bool consuming() const { return consuming_; }
+  uint16_t sourceMask() const { return sourceMask_; }
+
+ private:
+  struct Stop {
+    Clock::time_point due;
+    ReplyPath reply;
+    bool producer;
+  };
+
+  void fill(double seconds);
+  void indicate(uint16_t submsgno, const char* event);
+  void note(nlohmann::json entry);
+
+  SimulatedBuffer& buffer_;
+  SuperTraceSettings settings_;
+  Journal& journal_;
+  std::function<Clock::time_point()> now_;
+  Clock::time_point last_;
+  OnConsumed onConsumed_;
+  std::optional<ReplyPath> service_;  // routine 3 of the service
+  bool producing_ = false;
+  bool consuming_ = false;
+  uint16_t sourceMask_ = 0;
+  bool fullSent_ = false;
+  bool drainWatched_ = false;  // the producers stopped: the next empty buffer is reported
+  double producedCarry_ = 0;   // fractions of a word, per source
+  double consumedCarry_ = 0;
+  std::deque<Stop> stops_;
+};
+
+}  // namespace kvn::daxosim

@@ -1,0 +1,145 @@
+// The simulated SuperTrace path on a clock of the test's: producers and consumer over the
+// buffer, the buffer's notices to the service, the delayed stop confirms.
+
+#include "daxo-sim/super_trace_handler.h"
+
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "daxo-sim/memory_buffer_handler.h"
+
+namespace kvn::daxosim {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr uint32_t kService = 0x10001;
+constexpr uint16_t kRoutine = 10, kBufferRoutine = 11;
+
+class SuperTraceHandlerTest : public ::testing::Test {
+ protected:
+  using Clock = SuperTraceHandler::Clock;
+  struct Out {
+    uint16_t dst, src, submsgno;
+  };
+
+  static SuperTraceSettings testSettings() {
+    SuperTraceSettings s;
+    s.producerRate = 1000;
+    s.consumerRate = 500;
+    s.stopDelayMs = 100;
+    return s;
+  }
+
+  // A request from the service's routine `from`, at the present time.
+  void request(AgentHandler& handler, uint16_t dst, uint16_t submsgno,
+               std::vector<uint8_t> body = {}, uint16_t from = 900) {
+    AgentHandler::Request r;
+    r.senderMailbox = kService;
+    r.dstRoutineId = dst;
+    r.srcRoutineId = from;
+    r.submsgno = submsgno;
+    r.body = body.data();
+    r.bodySize = body.size();
+    nlohmann::json entry;
+    handler.handle(r, ReplyPath(transport, kService, from, dst), entry);
+  }
+  void after(Clock::duration d) {
+    now += d;
+    handler.advance();
+  }
+  // The sub-message numbers sent since the last look.
+  std::vector<uint16_t> sent() {
+    std::vector<uint16_t> out;
+    for (const Out& o : messages) out.push_back(o.submsgno);
+    messages.clear();
+    return out;
+  }
+
+  using V = std::vector<uint16_t>;
+
+  std::vector<Out> messages;
+  ReplyPath::Transport transport = [this](std::vector<uint8_t> m, uint32_t to) {
+    EXPECT_EQ(to, kService);
+    messages.push_back({static_cast<uint16_t>(m[4] << 8 | m[5]),
+                        static_cast<uint16_t>(m[6] << 8 | m[7]),
+                        static_cast<uint16_t>(m[8] << 8 | m[9])});
+  };
+  Clock::time_point now = Clock::time_point() + 1h;
+  SuperTraceSettings settings = testSettings();
+  Journal journal{"/dev/null"};
+  SimulatedBuffer buffer{1000, 300};
+  SuperTraceHandler handler{buffer, settings, journal, [this] { return now; }};
+  MemoryBufferHandler memory{buffer};
+};
+
+// A stream fills the buffer, is told to stop its producers, drains, and starts again.
+TEST_F(SuperTraceHandlerTest, AStreamReportsAFullAndADrainedBuffer) {
+  uint64_t consumed = 0;
+  handler.setOnConsumed([&](uint64_t words) { consumed += words; });
+  request(memory, kBufferRoutine, 6, {0, 3});
+  EXPECT_EQ(sent(), V{7});
+  request(handler, kRoutine, 3, {0x00, 0x03});  // token and the first rtt source: 2000 words/s
+  request(handler, kRoutine, 0);
+  after(200ms);  // 400 in, 100 out
+  after(300ms);  // 750
+  EXPECT_EQ(sent(), V{});
+  after(200ms);  // 250 of 400 fit
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_EQ(messages[0].dst, SuperTraceHandler::kServiceRoutine);
+  EXPECT_EQ(messages[0].src, kRoutine);
+  EXPECT_EQ(sent(), V{8});
+  after(100ms);  // still full: said once
+  EXPECT_EQ(sent(), V{});
+
+  request(handler, kRoutine, 4, {0x00, 0x03});
+  after(50ms);
+  EXPECT_EQ(sent(), V{});  // the stop takes its time
+  after(50ms);
+  EXPECT_EQ(sent(), V{5});
+  EXPECT_FALSE(handler.producing());
+  after(1900ms);  // 975 words at 500 a second
+  EXPECT_EQ(sent(), V{});
+  after(100ms);
+  EXPECT_EQ(sent(), V{9});
+  EXPECT_EQ(buffer.level(), 0u);
+  after(1s);  // empty once
+  EXPECT_EQ(sent(), V{});
+
+  request(handler, kRoutine, 3, {0x00, 0x01});
+  after(10ms);
+  EXPECT_TRUE(handler.producing());
+  request(handler, kRoutine, 1);
+  after(100ms);
+  EXPECT_EQ(sent(), V{2});
+  EXPECT_FALSE(handler.consuming());
+  EXPECT_EQ(consumed, 1425u + 5u + 50u);
+}
+
+// Without a consumer the producers record: the newest data stays, in blocks per source, and
+// nothing is said of a full buffer.
+TEST_F(SuperTraceHandlerTest, ARecordingKeepsTheNewestBlocks) {
+  request(memory, kBufferRoutine, 6, {0, 3});
+  request(handler, kRoutine, 3, {0x00, 0x11});  // token and lpp
+  sent();
+  after(100ms);
+  ASSERT_EQ(buffer.blocks().size(), 2u);
+  EXPECT_EQ(buffer.blocks()[0].source, 0);
+  EXPECT_EQ(buffer.blocks()[1].source, 4);
+  EXPECT_EQ(buffer.blocks()[1].size, 100u);
+  after(2s);
+  EXPECT_EQ(sent(), V{});
+  EXPECT_LE(buffer.level(), 1000u);
+  EXPECT_GT(buffer.blocks().front().sequence, 2);  // the first blocks gave way
+  for (const SimulatedBuffer::Block& b : buffer.blocks()) {
+    EXPECT_LE(b.size, 300u);
+    EXPECT_TRUE(b.source == 0 || b.source == 4);
+  }
+  request(memory, kBufferRoutine, 6, {0, 3});  // a new set-up starts empty
+  EXPECT_EQ(buffer.level(), 0u);
+}
+
+}  // namespace
+}  // namespace kvn::daxosim

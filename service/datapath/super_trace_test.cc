@@ -1,0 +1,402 @@
+// The SuperTrace controller, its runs and the start and stop actions, with agents that connect
+// on the in-process mailbox and whose requests the test reads and answers by hand.
+
+#include "service/datapath/super_trace.h"
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "service/agents/daxo_test_fixture.h"
+#include "service/datapath/super_trace_start.h"
+#include "service/datapath/super_trace_stop.h"
+#include "service/datapath/super_trace_streaming.h"
+#include "service/datapath/trace_data_path_connect_hooks.h"
+#include "tracing/log_capture.h"
+#include "util/event_callback_routine.h"
+
+namespace kvn {
+namespace {
+
+using kvn::log::Level;
+using kvn::log::LogCapture;
+
+// Sub-message numbers of the SuperTrace signals.
+enum : uint16_t {
+  kConsumerStart = 0,
+  kConsumerStop = 1,
+  kConsumerStopCfm = 2,
+  kProducerStart = 3,
+  kProducerStop = 4,
+  kProducerStopCfm = 5,
+  kSetUp = 6,
+  kSetUpCfm = 7,
+  kFull = 8,
+  kEmpty = 9,
+};
+constexpr uint16_t kControlRoutine = 10, kBufferRoutine = 11;
+
+class SuperTraceTest : public kvn::testing::DaxoTestFixture {
+ protected:
+  struct Outcome {
+    bool failed = false;
+    std::string text;
+  };
+
+  SuperTraceTest() { DaxoTraceModel::addConnectHooks(&hooks); }
+  ~SuperTraceTest() override { DaxoTraceModel::removeConnectHooks(&hooks); }
+
+  // An agent with SuperTrace, token and rtt routed into its memory buffer, and a link from the
+  // memory buffer to the transport network.
+  void connectAgent(uint16_t n) {
+    Description d = agent(n);
+    d.attributes = {{kControlRoutine, 0, {4, 0, 0}},
+                    {kBufferRoutine, 0, {9, 0, 0}},
+                    {20, 0, {8, 0, 0}},
+                    {20, 3, {1, 4, 0}},
+                    {21, 0, {8, 0, 0}},
+                    {21, 3, {2, 4, 0}},
+                    {22, 0, {8, 0, 0}},
+                    {22, 3, {4, 6, 0}}};
+    peer[n] = DaxoTestFixture::connectAgent(d);
+    DaxoRecord& r = DaxoTraceModel::get(n);
+    r.links[1][4].attached = r.links[2][4].attached = true;
+  }
+
+  // Builds an action with `make`, forwards the agents' lost events to it, and starts it.
+  template <typename Make>
+  void run(std::vector<uint16_t> agents, Make make) {
+    dropAction();
+    outcome.reset();
+    action = make(agents, [this](bool failed, const std::string& text) {
+      outcome = Outcome{failed, text};
+    });
+    lostForwarder = std::make_shared<EventCallbackRoutine>();
+    table.allocate(lostForwarder);
+    for (uint16_t n : agents)
+      lostForwarder->addEventCallback(DaxoTraceModel::getDaxoLostEvent(n),
+                                      [this, n](kvntrace::EventId) { action->onAgentLost(n); });
+    action->start();
+    pxm.runUntilIdle(loop);
+  }
+  void startRun(std::vector<uint16_t> agents, uint32_t mode) {
+    run(agents, [&](std::vector<uint16_t> a, SuperTraceAction::Done done) {
+      return std::make_shared<SuperTraceStart>(superTrace, a, mode, done);
+    });
+  }
+  void stopRun(std::vector<uint16_t> agents) {
+    run(agents, [](std::vector<uint16_t> a, SuperTraceAction::Done done) {
+      return std::make_shared<SuperTraceStop>(a, done);
+    });
+  }
+
+  void dropAction() {
+    action.reset();
+    if (lostForwarder) table.free(static_cast<uint16_t>(lostForwarder->getRoutineId()));
+    lostForwarder.reset();
+  }
+
+  // What reached the agent, kept until the test looks at it.
+  void drain(uint16_t n) {
+    while (auto m = pxm.popSent(peer[n])) {
+      last[n][m->submsgno] = *m;
+      inbox[n].push_back(m->submsgno);
+    }
+  }
+  // The sub-message numbers the agent has been sent since the last look.
+  std::vector<uint16_t> sent(uint16_t n) {
+    drain(n);
+    std::vector<uint16_t> out;
+    out.swap(inbox[n]);
+    return out;
+  }
+
+  // The agent answers the last request of number `req` it was sent; an answered request is no
+  // longer news.
+  void confirm(uint16_t n, uint16_t req) {
+    drain(n);
+    auto seen = std::find(inbox[n].begin(), inbox[n].end(), req);
+    if (seen != inbox[n].end()) inbox[n].erase(seen);
+    const kvn::testing::FakePxm::Sent& m = last[n].at(req);
+    pxm.injectObs(peer[n], m.srcRoutineId, m.dstRoutineId, req + 1);
+    pxm.runUntilIdle(loop);
+  }
+  void indicate(uint16_t n, uint16_t submsgno, uint16_t from = kControlRoutine) {
+    pxm.injectObs(peer[n], 3, from, submsgno);
+    pxm.runUntilIdle(loop);
+  }
+
+  // Starts a stream and clears what the agents were sent.
+  void stream(const std::vector<uint16_t>& agents = {1, 2}) {
+    startRun(agents, kSuperTraceStreaming);
+    for (uint16_t n : agents) confirm(n, kSetUp);
+    for (uint16_t n : agents) sent(n);
+  }
+
+  const SuperTraceStreaming& streaming(uint16_t n) {
+    return dynamic_cast<const SuperTraceStreaming&>(*DaxoTraceModel::get(n).embuf.superTraceAction);
+  }
+
+  size_t usedRoutines() const {
+    size_t used = 0;
+    for (uint16_t id = 0; id < RoutineTable::kSize; ++id) used += table.get(id) != nullptr;
+    return used;
+  }
+
+  using V = std::vector<uint16_t>;
+
+  TraceDataPathConnectHooks hooks;
+  SuperTrace superTrace{connectEvent->getId(), &table, 3};
+  pxm_mbox_id_t peer[6] = {};
+  std::map<uint16_t, kvn::testing::FakePxm::Sent> last[6];
+  std::vector<uint16_t> inbox[6];
+  std::shared_ptr<SuperTraceAction> action;
+  std::shared_ptr<EventCallbackRoutine> lostForwarder;
+  std::optional<Outcome> outcome;
+};
+
+TEST_F(SuperTraceTest, SourceMaskAndStreamingComeFromTheForwarderTable) {
+  DaxoRecord r;
+  EXPECT_EQ(SuperTrace::sourceMask(r), 0);
+  r.links[1][4].attached = true;
+  EXPECT_EQ(SuperTrace::sourceMask(r), 0x0001);
+  r.links[2][4].attached = r.links[3][4].attached = true;
+  EXPECT_EQ(SuperTrace::sourceMask(r), 0x001F);
+  r.links[1][4].attached = false;
+  r.links[2][7].attached = true;  // rtt elsewhere counts for nothing
+  EXPECT_EQ(SuperTrace::sourceMask(r), 0x001E);
+  EXPECT_FALSE(SuperTrace::isStreaming(r));
+  r.links[4][6].attached = true;
+  EXPECT_TRUE(SuperTrace::isStreaming(r));
+}
+
+TEST_F(SuperTraceTest, ARecordingStartsAndStopsOverItsGroup) {
+  connectAgent(1);
+  connectAgent(2);
+  EXPECT_EQ(superTrace.watchedAgents().size(), 2u);
+  const size_t idle = usedRoutines();
+
+  startRun({1, 2}, kSuperTraceRecording);
+  EXPECT_EQ(sent(1), V{kSetUp});
+  EXPECT_EQ(last[1][kSetUp].dstRoutineId, kBufferRoutine);
+  EXPECT_EQ(last[1][kSetUp].be16(12), 3);
+  EXPECT_EQ(sent(2), V{kSetUp});
+  EXPECT_TRUE(DaxoTraceModel::get(1).embuf.setupPending);
+  confirm(2, kSetUp);
+  EXPECT_FALSE(outcome);
+  confirm(1, kSetUp);
+  ASSERT_TRUE(outcome);
+  EXPECT_EQ(outcome->text, "Started streaming or recording on daxos.\n");
+  EXPECT_FALSE(outcome->failed);
+  EXPECT_EQ(sent(1), V{kProducerStart});  // no consumer in a recording
+  EXPECT_EQ(last[1][kProducerStart].dstRoutineId, kControlRoutine);
+  EXPECT_EQ(last[1][kProducerStart].be16(12), 0x000F);
+  EXPECT_EQ(sent(2), V{kProducerStart});
+  EXPECT_EQ(DaxoTraceModel::get(1).embuf.superTraceAction,
+            DaxoTraceModel::get(2).embuf.superTraceAction);
+  EXPECT_FALSE(DaxoTraceModel::get(1).embuf.setupPending);
+
+  startRun({2}, kSuperTraceRecording);
+  EXPECT_EQ(outcome->text, "Already recording or streaming on daxo 2.\n");
+  EXPECT_TRUE(outcome->failed);
+
+  // A stop through one member stops the whole group.
+  stopRun({2});
+  EXPECT_EQ(sent(1), V{kProducerStop});
+  EXPECT_EQ(last[1][kProducerStop].be16(12), 0x000F);
+  EXPECT_EQ(sent(2), V{kProducerStop});
+  stopRun({1});
+  EXPECT_EQ(outcome->text, "Already stopping streaming or recording on daxo 1.\n");
+  // The first stop's action is gone: the end of the stop must not reach it.
+  confirm(1, kProducerStop);
+  confirm(2, kProducerStop);
+  EXPECT_EQ(outcome->text, "Already stopping streaming or recording on daxo 1.\n");
+  EXPECT_FALSE(DaxoTraceModel::get(1).embuf.superTraceAction->isActive());
+  stopRun({2});
+  EXPECT_EQ(outcome->text, "No active streaming or recording on daxo 2.\n");
+  dropAction();
+  EXPECT_EQ(usedRoutines(), idle);
+}
+
+TEST_F(SuperTraceTest, AStopCompletesWithItsText) {
+  connectAgent(1);
+  connectAgent(2);
+  startRun({1, 2}, kSuperTraceRecording);
+  confirm(1, kSetUp);
+  confirm(2, kSetUp);
+  stopRun({1, 2});
+  sent(1);
+  sent(2);
+  confirm(1, kProducerStop);
+  EXPECT_FALSE(outcome);
+  confirm(2, kProducerStop);
+  ASSERT_TRUE(outcome);
+  EXPECT_EQ(outcome->text, "Stopped recording on daxos.\n");
+  EXPECT_FALSE(outcome->failed);
+}
+
+TEST_F(SuperTraceTest, OnlyAgentsStartedTogetherStopTogether) {
+  connectAgent(1);
+  connectAgent(2);
+  for (uint16_t n : {1, 2}) {
+    startRun({n}, kSuperTraceRecording);
+    confirm(n, kSetUp);
+  }
+  sent(1);
+  sent(2);
+  stopRun({1, 2});
+  EXPECT_EQ(outcome->text, "Can only stop recordings on daxos which were started together.\n");
+  EXPECT_TRUE(outcome->failed);
+  EXPECT_EQ(sent(1), V{});  // nothing was stopped
+}
+
+// Every row of the streaming table, in the order a stream meets them.
+TEST_F(SuperTraceTest, AStreamStopsItsProducersWhileTheBuffersDrain) {
+  connectAgent(1);
+  connectAgent(2);
+  startRun({1, 2}, kSuperTraceStreaming);
+  confirm(1, kSetUp);
+  confirm(2, kSetUp);
+  EXPECT_EQ(sent(1), (V{kProducerStart, kConsumerStart}));
+  EXPECT_EQ(sent(2), (V{kProducerStart, kConsumerStart}));
+  EXPECT_EQ(streaming(1).state(), SuperTraceStreaming::kRunning);
+  EXPECT_FALSE(DaxoTraceModel::get(1).embuf.superTraceAction->start());  // not from running
+
+  indicate(1, kEmpty);  // while running: nothing to do
+  indicate(2, kFull);
+  EXPECT_EQ(sent(1), V{kProducerStop});
+  EXPECT_EQ(sent(2), V{kProducerStop});
+  EXPECT_EQ(streaming(1).state(), SuperTraceStreaming::kStoppingProducers);
+  indicate(1, kFull);  // a second full while stopping: no second stop
+  EXPECT_EQ(sent(1), V{});
+
+  indicate(1, kEmpty);  // before its producer's confirm: not counted
+  confirm(1, kProducerStop);
+  indicate(2, kEmpty);  // likewise
+  confirm(2, kProducerStop);
+  EXPECT_EQ(streaming(1).state(), SuperTraceStreaming::kDraining);
+  indicate(1, kEmpty);
+  EXPECT_EQ(sent(1), V{});
+  indicate(2, kEmpty);  // the last buffer drained: producers again
+  EXPECT_EQ(sent(1), V{kProducerStart});
+  EXPECT_EQ(sent(2), V{kProducerStart});
+  EXPECT_EQ(streaming(1).state(), SuperTraceStreaming::kRunning);
+
+  // A stop from running: the producers stop, the buffers drain, then the consumers stop.
+  stopRun({1});
+  EXPECT_EQ(sent(1), V{kProducerStop});
+  EXPECT_EQ(sent(2), V{kProducerStop});
+  EXPECT_TRUE(DaxoTraceModel::get(1).embuf.superTraceAction->isStopping());
+  EXPECT_FALSE(DaxoTraceModel::get(1).embuf.superTraceAction->stop([] {}));  // one stop only
+  confirm(1, kProducerStop);
+  indicate(1, kEmpty);  // after its own confirm, while the other still stops: counted
+  confirm(2, kProducerStop);
+  indicate(2, kEmpty);
+  EXPECT_EQ(sent(1), V{kConsumerStop});
+  EXPECT_EQ(sent(2), V{kConsumerStop});
+  EXPECT_EQ(streaming(1).state(), SuperTraceStreaming::kStoppingConsumers);
+  confirm(1, kConsumerStop);
+  EXPECT_FALSE(outcome);
+  confirm(2, kConsumerStop);
+  ASSERT_TRUE(outcome);
+  EXPECT_EQ(outcome->text, "Stopped recording on daxos.\n");
+  EXPECT_EQ(streaming(1).state(), SuperTraceStreaming::kIdle);
+  EXPECT_FALSE(streaming(1).isStopping());
+}
+
+TEST_F(SuperTraceTest, AStopDuringADrainEndsTheStreamWithoutRestartingProducers) {
+  connectAgent(1);
+  connectAgent(2);
+  stream();
+  indicate(1, kFull);
+  sent(1);
+  sent(2);
+  stopRun({1, 2});  // the drain under way ends in the stop
+  EXPECT_EQ(sent(1), V{});
+  EXPECT_FALSE(outcome);
+  confirm(1, kProducerStop);
+  confirm(2, kProducerStop);
+  indicate(1, kEmpty);
+  indicate(2, kEmpty);
+  EXPECT_EQ(sent(1), V{kConsumerStop});
+  EXPECT_EQ(sent(2), V{kConsumerStop});
+  confirm(1, kConsumerStop);
+  confirm(2, kConsumerStop);
+  ASSERT_TRUE(outcome);
+  EXPECT_EQ(outcome->text, "Stopped recording on daxos.\n");
+}
+
+// The agent lost last in the drain was the one the others waited for: they go on without it,
+// and everything that waited on it goes with it.
+TEST_F(SuperTraceTest, AnAgentLostWhileDrainingLetsTheOthersGoOn) {
+  connectAgent(1);
+  connectAgent(2);
+  const size_t before = usedRoutines();
+  stream();
+  indicate(1, kFull);
+  sent(1);
+  sent(2);
+  confirm(2, kProducerStop);
+  confirm(1, kProducerStop);
+  indicate(2, kEmpty);
+  ASSERT_EQ(streaming(2).state(), SuperTraceStreaming::kDraining);
+  stopRun({2});  // waits for the drain; agent 1 is not its agent
+  pxm.kill(peer[1]);
+  pxm.runUntilIdle(loop);
+  EXPECT_EQ(superTrace.watchedAgents().count(1), 0u);
+  EXPECT_EQ(sent(2), V{kConsumerStop});
+  EXPECT_EQ(streaming(2).group().size(), 1u);
+  confirm(2, kConsumerStop);
+  ASSERT_TRUE(outcome);
+  EXPECT_EQ(outcome->text, "Stopped recording on daxos.\n");
+  dropAction();
+  EXPECT_EQ(usedRoutines(), before);
+}
+
+TEST_F(SuperTraceTest, AnAgentLostEndsTheActionsThatWaitOnIt) {
+  connectAgent(1);
+  connectAgent(2);
+  startRun({1, 2}, kSuperTraceRecording);
+  confirm(2, kSetUp);
+  pxm.kill(peer[1]);
+  pxm.runUntilIdle(loop);
+  ASSERT_TRUE(outcome);
+  EXPECT_EQ(outcome->text, "Action failed due to loss of daxo 1.\n");
+  EXPECT_TRUE(outcome->failed);
+  // The agent still there may start again; nothing runs on it.
+  EXPECT_FALSE(DaxoTraceModel::get(2).embuf.setupPending);
+  EXPECT_FALSE(DaxoTraceModel::get(2).embuf.superTraceAction->isActive());
+
+  startRun({2}, kSuperTraceRecording);
+  confirm(2, kSetUp);
+  stopRun({2});
+  pxm.kill(peer[2]);
+  pxm.runUntilIdle(loop);
+  ASSERT_TRUE(outcome);
+  EXPECT_EQ(outcome->text, "Action failed due to loss of daxo 2.\n");
+  EXPECT_TRUE(outcome->failed);
+}
+
+TEST_F(SuperTraceTest, IndicationsFromStrangersAndStrayAnswersAreDropped) {
+  connectAgent(1);
+  stream({1});
+  LogCapture cap;
+  indicate(1, kFull, kBufferRoutine);  // the agent, but not its SuperTrace routine
+  const pxm_mbox_id_t stranger = pxm.createPeer("stranger");
+  pxm.injectObs(stranger, 3, kControlRoutine, kFull);
+  pxm.runUntilIdle(loop);
+  EXPECT_EQ(cap.count(Level::Error, "Received message from disconnected or unregistered DAXO"), 2);
+  indicate(1, kProducerStopCfm);  // a confirm with no request behind it
+  EXPECT_TRUE(cap.has(Level::Error, "Unhandled signal with submsgno 5"));
+  EXPECT_EQ(sent(1), V{});
+  EXPECT_EQ(streaming(1).state(), SuperTraceStreaming::kRunning);
+  EXPECT_EQ(pxm.leakedMessages(), 0u);
+}
+
+}  // namespace
+}  // namespace kvn
