@@ -38,18 +38,22 @@ uint32_t addLoadTerm(uint32_t sum, uint32_t size, int64_t duration, int64_t wind
   return SuperTraceBufferIndex::addWindowShare(sum, size, duration, window);
 }
 
-// The peak-load sweep without its quadratic walk. The sweep looks at a window for every pair of
-// a first block i and a later block j that starts before i ends: from j's start to the earliest
-// end among the blocks from i to j that are still running then (j's column S_j). The same
-// numbers come out of three observations, each exact:
-// - Going left through a column adds blocks, and while the earliest end stays the same the
-//   window does too; with no share below 0 and no wrap the leftmost such pair carries the most.
-// - No window can hold more than the blocks' own rates: a share is at most `size * window /
-//   duration`, so a window's load is at most 1953.125 KiB/s per word/us of the rates summed
-//   (plus rounding). Columns and pairs below the best load so far are skipped.
-// - A block whose share could never reach one word (`size * its own length / duration` below
-//   1) never adds anything, and counts with no rate.
-// The columns with the highest bounds go first so the best load is high early.
+// The peak-load sweep without its cubic walk, giving the same numbers. The sweep opens a window
+// for every pair of a block i and a block j at or after it (by start) that starts before i
+// ends: from j's start to the earliest end among the blocks i to j still running then, which
+// are the blocks of j's column S_j (those up to j that end after j starts) from i on. Three
+// observations, each exact, let most pairs go unlooked at:
+// - Within a column, going left adds blocks; while the earliest end stays, so does the window,
+//   and with no wrap past 32 bits the leftmost of those pairs carries the most.
+// - A block adds at most `size * window / duration`, so a window's load is at most 1953.125
+//   KiB/s times the sum of its blocks' rates in words per microsecond (plus a hair for
+//   rounding): columns and pairs whose bound is not above the best load so far are skipped.
+// - A block adds nothing to a window in which its share stays below one word. In column j a
+//   block's window is at most its end less j's start, so it stops counting for the bound once
+//   the columns start too late for it.
+// The columns with the highest bounds go first, so that the best load is high early. An index
+// whose sums may wrap cannot be bounded; there every pair is summed, up to a budget, so that no
+// index keeps the service busy for long.
 class PeakLoadSweep {
  public:
   PeakLoadSweep(std::vector<int64_t> starts, std::vector<int64_t> ends,
@@ -59,14 +63,15 @@ class PeakLoadSweep {
         d_(std::move(durations)),
         z_(std::move(sizes)),
         n_(s_.size()),
-        rate_(n_) {
+        rate_(n_, 0),
+        minWindow_(n_, 0) {
     for (size_t k = 0; k < n_; ++k) {
-      // A rate in 1/65536 words per microsecond, rounded up so that bounds stay above.
-      if (d_[k] <= 0 || e_[k] <= s_[k]) continue;
-      const double maxShare = z_[k] * (static_cast<double>(e_[k] - s_[k]) / d_[k]);
-      if (maxShare < 0.999) continue;
-      const uint64_t d = static_cast<uint64_t>(d_[k]);
-      rate_[k] = (uint64_t{z_[k]} * 65536 + d - 1) / d;
+      if (d_[k] <= 0 || e_[k] <= s_[k] || z_[k] == 0) continue;
+      // The share is at most this in any window, whose length cannot pass e - s.
+      if (z_[k] * (static_cast<double>(e_[k] - s_[k]) / d_[k]) < kOneWord) continue;
+      rate_[k] = static_cast<double>(z_[k]) / d_[k];
+      // Below this window the share is under `kOneWord`; a margin keeps that true in doubles.
+      minWindow_[k] = kOneWord * d_[k] / z_[k] * (1 - 1e-9);
     }
   }
 
@@ -75,29 +80,27 @@ class PeakLoadSweep {
     std::vector<size_t> order;
     for (size_t j = 0; j < n_; ++j)
       if (bound_[j] > 0) order.push_back(j);
-    // A few columns with the highest bounds first, each found by a walk over all blocks.
     const size_t seeds = std::min<size_t>(order.size(), 4);
     std::partial_sort(order.begin(), order.begin() + seeds, order.end(),
                       [&](size_t a, size_t b) { return bound_[a] > bound_[b]; });
     std::vector<bool> done(n_, false);
     std::vector<size_t> members;
-    for (size_t x = 0; x < seeds; ++x) {
+    for (size_t x = 0; x < seeds && budget_ > 0; ++x) {
       const size_t j = order[x];
       members.clear();
       for (size_t k = 0; k <= j; ++k)
         if (e_[k] > s_[j]) members.push_back(k);
+      budget_ -= static_cast<int64_t>(j);
       column(j, members);
       done[j] = true;
     }
     // Then every column in order, its members kept up as blocks start and end.
-    std::priority_queue<std::pair<int64_t, size_t>, std::vector<std::pair<int64_t, size_t>>,
-                        std::greater<>>
-        byEnd;
+    MinQueue byEnd;
     std::vector<bool> ended(n_, false);
     std::vector<size_t> running;
     size_t endedInRunning = 0;
-    for (size_t j = 0; j < n_; ++j) {
-      byEnd.emplace(e_[j], j);
+    for (size_t j = 0; j < n_ && budget_ > 0; ++j) {
+      byEnd.emplace(static_cast<double>(e_[j]), j);
       running.push_back(j);
       while (!byEnd.empty() && byEnd.top().first <= s_[j]) {
         ended[byEnd.top().second] = true;
@@ -113,76 +116,97 @@ class PeakLoadSweep {
       }
       if (wanted) column(j, running);
     }
+    if (budget_ <= 0)
+      TC_LOG_ERROR("Peak load of %zu blocks cut short: sums that may wrap in too many windows", n_);
     return best_;
   }
 
  private:
-  // The bound of a set of blocks with these rates, and whether its sum could wrap in a window
-  // of at most `maxWindow`.
-  double boundOf(uint64_t rate, size_t live, int64_t maxWindow) const {
-    if (rate == 0) return 0;
-    const double words = static_cast<double>(maxWindow) * (static_cast<double>(rate) / 65536);
-    if (words * (1 + 1e-9) + live + 1 >= 4294967295.0) return kNoBound;
-    return (static_cast<double>(rate) * (1953.125 / 65536) + live * 0.001) * (1 + 1e-9);
+  using MinQueue = std::priority_queue<std::pair<double, size_t>,
+                                       std::vector<std::pair<double, size_t>>, std::greater<>>;
+
+  // Covers the rounding of the shares, of their cut sums, of the rates and their sums.
+  static double boundOf(double rates) { return rates * 1953.125 * (1 + 1e-5); }
+  bool mayWrap(double rates, int64_t maxWindow) const {
+    return static_cast<double>(maxWindow) * rates * (1 + 1e-5) >= 4294967295.0;
   }
 
+  // Whether block k may add a word in a window of column j, whose length is at most k's end
+  // less j's start.
+  bool reaches(size_t k, size_t j) const {
+    return e_[k] > s_[j] && static_cast<double>(e_[k] - s_[j]) >= minWindow_[k];
+  }
+
+  // The bound of every column: the rates of the blocks that still reach it, summed in a tree
+  // so that nothing is ever subtracted and the rounding stays relative.
   void computeColumnBounds() {
     bound_.assign(n_, 0);
-    std::priority_queue<std::pair<int64_t, size_t>, std::vector<std::pair<int64_t, size_t>>,
-                        std::greater<>>
-        byEnd;
-    uint64_t rate = 0;
-    size_t live = 0;
+    wraps_.assign(n_, false);
+    size_t leaves = 1;
+    while (leaves < n_) leaves *= 2;
+    std::vector<double> tree(2 * leaves, 0);
+    auto set = [&](size_t k, double v) {
+      size_t p = leaves + k;
+      tree[p] = v;
+      for (p /= 2; p >= 1; p /= 2) tree[p] = tree[2 * p] + tree[2 * p + 1];
+    };
+    // By the latest start a block reaches, roughly; it leaves only when that is certain.
+    MinQueue byReach;
     int64_t maxEnd = std::numeric_limits<int64_t>::min();
     for (size_t j = 0; j < n_; ++j) {
-      byEnd.emplace(e_[j], j);
-      rate += rate_[j];
-      live += rate_[j] > 0;
-      maxEnd = std::max(maxEnd, e_[j]);
-      while (!byEnd.empty() && byEnd.top().first <= s_[j]) {
-        const size_t k = byEnd.top().second;
-        rate -= rate_[k];
-        live -= rate_[k] > 0;
-        byEnd.pop();
+      if (rate_[j] > 0) {
+        set(j, rate_[j]);
+        byReach.emplace(static_cast<double>(e_[j]) - minWindow_[j], j);
       }
-      if (!byEnd.empty()) bound_[j] = boundOf(rate, live, maxEnd - s_[j]);
+      while (!byReach.empty() && !reaches(byReach.top().second, j)) {
+        set(byReach.top().second, 0);
+        byReach.pop();
+      }
+      maxEnd = std::max(maxEnd, e_[j]);
+      if (maxEnd <= s_[j]) continue;  // nothing runs when j starts: no window
+      const double rates = tree[1];
+      wraps_[j] = mayWrap(rates, maxEnd - s_[j]);
+      bound_[j] = wraps_[j] ? kNoBound : boundOf(rates);
     }
   }
 
-  // All pairs (i, j) of column j; `members` is S_j in the sorted order.
+  // The pairs (i, j) of column j; `members` is S_j in the sorted order.
   void column(size_t j, const std::vector<size_t>& members) {
-    const bool mayWrap = bound_[j] == kNoBound;
+    const bool wraps = wraps_[j];
     int64_t minEnd = std::numeric_limits<int64_t>::max();
-    int64_t maxEnd = std::numeric_limits<int64_t>::min();
-    for (size_t k : members) maxEnd = std::max(maxEnd, e_[k]);
-    uint64_t rate = 0;
-    size_t live = 0;
-    for (size_t t = members.size(); t-- > 0;) {
+    double rates = 0;
+    for (size_t t = members.size(); t-- > 0 && budget_ > 0;) {
       const size_t k = members[t];
       minEnd = std::min(minEnd, e_[k]);
-      rate += rate_[k];
-      live += rate_[k] > 0;
+      if (rate_[k] > 0 && reaches(k, j)) rates += rate_[k];
       const bool leftmostOfItsWindow = t == 0 || e_[members[t - 1]] < minEnd;
-      if (!mayWrap && !leftmostOfItsWindow) continue;
-      if (!mayWrap && boundOf(rate, live, maxEnd - s_[j]) <= best_) continue;
+      if (!wraps && (!leftmostOfItsWindow || boundOf(rates) <= best_)) continue;
       const int64_t window = minEnd - s_[j];
       uint32_t sum = 0;
       for (size_t u = t; u < members.size(); ++u)
         sum = addLoadTerm(sum, z_[members[u]], d_[members[u]], window);
+      budget_ -= static_cast<int64_t>(members.size() - t);
       best_ = std::max(best_, kibPerSecond(sum, window));
     }
+    budget_ -= static_cast<int64_t>(members.size());
   }
 
   static constexpr double kNoBound = std::numeric_limits<double>::infinity();
+  // A share below this adds nothing to a sum below 2^32, the rounding of the addition included.
+  static constexpr double kOneWord = 1 - 1.0 / (1 << 20);
 
   const std::vector<int64_t> s_;
   const std::vector<int64_t> e_;
   const std::vector<int64_t> d_;
   const std::vector<uint32_t> z_;
   const size_t n_;
-  std::vector<uint64_t> rate_;
+  std::vector<double> rate_;       // words per microsecond; 0 for a block that never adds
+  std::vector<double> minWindow_;  // the shortest window in which the block may add a word
   std::vector<double> bound_;
+  std::vector<bool> wraps_;
   double best_ = 0;
+  // Shares summed and column members looked at: a few tenths of a second at most.
+  int64_t budget_ = 20000000;
 };
 
 }  // namespace
@@ -347,6 +371,7 @@ uint32_t SuperTraceBufferIndex::addWindowShare(uint32_t sum, uint32_t size, int6
   if (duration <= 0) return sum;
   const double s = static_cast<double>(sum) + size * (static_cast<double>(window) / duration);
   if (!(s > 0)) return 0;
+  if (s < 4294967296.0) return static_cast<uint32_t>(s);
   return static_cast<uint32_t>(std::fmod(s, 4294967296.0));
 }
 

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "service/datapath/super_trace_buffer_index.h"
+#include "tracing/log_capture.h"
 
 namespace kvn {
 namespace {
@@ -45,8 +46,9 @@ kvnSuperBlockHeaderS header(uint16_t source, uint32_t size, uint16_t sequence, i
   return h;
 }
 
-SuperTraceBufferIndex makeIndex(const std::vector<kvnSuperBlockHeaderS>& headers) {
-  kvnSuperTraceBufferIndexS index{kBlockSize, static_cast<uint16_t>(headers.size())};
+SuperTraceBufferIndex makeIndex(const std::vector<kvnSuperBlockHeaderS>& headers,
+                                uint32_t blockSize = kBlockSize) {
+  kvnSuperTraceBufferIndexS index{blockSize, static_cast<uint16_t>(headers.size())};
   return SuperTraceBufferIndex(index, headers.data());
 }
 
@@ -84,6 +86,19 @@ SuperTraceBufferIndex overlappingIndex(size_t count) {
                              start, end));
   }
   return makeIndex(headers);
+}
+
+// Made to defeat shortcuts: `count` blocks that all overlap, each starting and ending 1 us
+// after the one before. With `size` 1 every window but a block's own holds less than a word of
+// each; with sizes near 4 Gi words every sum may wrap.
+SuperTraceBufferIndex staggeredIndex(size_t count, uint32_t size) {
+  std::vector<kvnSuperBlockHeaderS> headers;
+  for (size_t i = 0; i < count; ++i) {
+    const int64_t start = static_cast<int64_t>(i);
+    headers.push_back(header(static_cast<uint16_t>(i % 5), size, static_cast<uint16_t>(i), start,
+                             start + 1000000));
+  }
+  return makeIndex(headers, 0xFFFFFFFF);
 }
 
 // The sweep as it reads: for each block by start, every later block that starts before it
@@ -189,6 +204,19 @@ bool sameResults() {
   bool same = true;
   for (const auto* index : {&realistic(), &overlapping()})
     for (const auto& row : kRows) same = samePeakLoad(*index, index->select(row)) && same;
+  for (uint32_t size : {1u, 0xF0000000u}) {
+    const SuperTraceBufferIndex index = staggeredIndex(g_smoke ? 150 : 400, size);
+    same = samePeakLoad(index, index.select(kRows[0])) && same;
+  }
+  // The largest index whose blocks all overlap is computed whole, within the budget.
+  {
+    log::LogCapture capture;
+    overlappingMax().peakLoad(overlappingMax().select(kRows[0]));
+    if (!capture.lines().empty()) {
+      std::fprintf(stderr, "peak load of the largest overlapping index cut short\n");
+      same = false;
+    }
+  }
   std::mt19937 rng(42);
   for (int round = 0; round < 2000; ++round) {
     const SuperTraceBufferIndex index = oddIndex(rng);
@@ -220,6 +248,13 @@ void peakLoadAllSources(benchmark::State& state, const SuperTraceBufferIndex& in
     benchmark::DoNotOptimize(kFast ? index.peakLoad(blocks) : referencePeakLoad(index, blocks));
 }
 
+// The largest staggered indexes, too slow for the plain sweep.
+void peakLoadStaggered(benchmark::State& state, uint32_t size) {
+  const SuperTraceBufferIndex index = staggeredIndex(65535, size);
+  const Blocks blocks = index.select(kRows[0]);
+  for (auto _ : state) benchmark::DoNotOptimize(index.peakLoad(blocks));
+}
+
 void BM_StatusRows_Realistic(benchmark::State& s) {
   for (auto _ : s) statusRows(realistic());
 }
@@ -241,6 +276,8 @@ BENCHMARK(BM_PeakLoadRealistic_Reference)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PeakLoadRealistic_Fast)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PeakLoadOverlap_Reference)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PeakLoadOverlap_Fast)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(peakLoadStaggered, TinyShares_Fast, 1u)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(peakLoadStaggered, WrappingSums_Fast, 0xF0000000u)->Unit(benchmark::kMillisecond);
 
 // The console report, and at the end each case as reference/fast.
 class RatioReporter : public benchmark::ConsoleReporter {
