@@ -95,12 +95,12 @@ class PeakLoadSweep {
       done[j] = true;
     }
     // Then every column in order, its members kept up as blocks start and end.
-    MinQueue byEnd;
+    MinQueue<int64_t> byEnd;
     std::vector<bool> ended(n_, false);
     std::vector<size_t> running;
     size_t endedInRunning = 0;
     for (size_t j = 0; j < n_ && budget_ > 0; ++j) {
-      byEnd.emplace(static_cast<double>(e_[j]), j);
+      byEnd.emplace(e_[j], j);
       running.push_back(j);
       while (!byEnd.empty() && byEnd.top().first <= s_[j]) {
         ended[byEnd.top().second] = true;
@@ -116,14 +116,15 @@ class PeakLoadSweep {
       }
       if (wanted) column(j, running);
     }
-    if (budget_ <= 0)
-      TC_LOG_ERROR("Peak load of %zu blocks cut short: sums that may wrap in too many windows", n_);
+    if (budget_ <= 0) TC_LOG_ERROR("Peak load of %zu blocks cut short after too many windows", n_);
     return best_;
   }
 
  private:
-  using MinQueue = std::priority_queue<std::pair<double, size_t>,
-                                       std::vector<std::pair<double, size_t>>, std::greater<>>;
+  // Block numbers by a time, earliest first.
+  template <typename Time>
+  using MinQueue = std::priority_queue<std::pair<Time, size_t>,
+                                       std::vector<std::pair<Time, size_t>>, std::greater<>>;
 
   // Covers the rounding of the shares, of their cut sums, of the rates and their sums.
   static double boundOf(double rates) { return rates * 1953.125 * (1 + 1e-5); }
@@ -151,7 +152,7 @@ class PeakLoadSweep {
       for (p /= 2; p >= 1; p /= 2) tree[p] = tree[2 * p] + tree[2 * p + 1];
     };
     // By the latest start a block reaches, roughly; it leaves only when that is certain.
-    MinQueue byReach;
+    MinQueue<double> byReach;
     int64_t maxEnd = std::numeric_limits<int64_t>::min();
     for (size_t j = 0; j < n_; ++j) {
       if (rate_[j] > 0) {
