@@ -56,12 +56,10 @@ TEST(SuperTraceBufferIndexTest, OnlyValidBlocksOfTheSourcesCountInSequenceOrder)
                                          block(0, 1, 8192, 6, t, t, 1)};  // 8
   h[6].address = 0;
   const SuperTraceBufferIndex index = indexOf(h);
-  EXPECT_EQ(index.blockHeaders().size(), 9u);
   const Blocks all = index.select(kAll);
   EXPECT_EQ(all, (Blocks{8, 1, 0}));
   EXPECT_EQ(index.select({4}), (Blocks{0}));
   EXPECT_EQ(index.select({1, 2, 3}), (Blocks{1}));
-  EXPECT_EQ(index.select({2}), (Blocks{}));
   EXPECT_EQ(index.errorCount(all), 8u);
   EXPECT_EQ(index.interruptCount(all), 9u);
   EXPECT_EQ(index.wordCount(all), 12192u);
@@ -122,15 +120,11 @@ TEST(SuperTraceBufferIndexTest, EmptyIndexGivesZerosAndTheEpoch) {
   const Blocks none = index.select(kAll);
   EXPECT_TRUE(none.empty());
   EXPECT_EQ(formatTimestamp(index.dataStart(none)), "1970-01-01 00:00:00.000000");
-  EXPECT_EQ(index.dataEnd(none), 0);
   EXPECT_EQ(index.dataDuration(none), 0);
-  EXPECT_EQ(index.averageInterruptRate(none), 0);
-  EXPECT_EQ(index.peakInterruptRate(none), 0);
-  EXPECT_EQ(index.averageLoad(none), 0);
-  EXPECT_EQ(index.peakLoad(none), 0);
-  EXPECT_EQ(index.averageDmaSize(none), 0);
+  for (double v : {index.averageInterruptRate(none), index.peakInterruptRate(none),
+                   index.averageLoad(none), index.peakLoad(none), index.averageDmaSize(none)})
+    EXPECT_EQ(v, 0);
   EXPECT_EQ(index.dataSizeMiB(none), 0u);
-  EXPECT_EQ(index.errorCount(none), 0u);
 }
 
 TEST(SuperTraceBufferIndexTest, DataSizeIsCountedInThirtyTwoBits) {
@@ -153,15 +147,11 @@ TEST(SuperTraceBufferIndexTest, DumpWindowKeepsWholeBlocksThatReachIntoIt) {
   };
   // The last 1.5 ms: from 2500, where the second block ends.
   EXPECT_EQ(dumped(-1, 1500), (Blocks{1, 2}));
-  EXPECT_EQ(dumped(-1, 0), (Blocks{2}));
   EXPECT_EQ(dumped(kT0 + 1000, -1), (Blocks{0, 1, 2}));
   EXPECT_EQ(dumped(kT0 + 100, 300), (Blocks{0}));
-  EXPECT_EQ(dumped(kT0 + 2600, 100), (Blocks{}));
+  EXPECT_EQ(dumped(kT0 + 2000, 1000), (Blocks{1, 2}));  // the last starts as it ends
   EXPECT_EQ(dumped(kT0 + 5000, -1), (Blocks{}));
-  EXPECT_EQ(dumped(-1, -1), all);
-  const SuperTraceBufferIndex::Window w = index.dumpWindow(all, -1, -1);
-  EXPECT_EQ(w.start, kT0);
-  EXPECT_EQ(w.end, kT0 + 4000);
+  EXPECT_EQ(index.dumpWindow(all, -1, -1).end, kT0 + 4000);
 }
 
 }  // namespace
