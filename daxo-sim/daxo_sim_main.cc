@@ -18,6 +18,7 @@
 #include "daxo-sim/handler_registry.h"
 #include "daxo-sim/journal.h"
 #include "daxo-sim/journal_only_handler.h"
+#include "daxo-sim/trace_dest_handler.h"
 #include "daxo-sim/trace_mask_handler.h"
 #include "daxo-sim/utrace_config_handler.h"
 
@@ -43,6 +44,8 @@ void usage(FILE* out) {
           "                     (without it the simulator ends when the service goes)\n"
           "  --confirm-delay-ms N  hold each trace mask and utrace confirm for N ms\n"
           "  --drop-confirms    never confirm a trace mask or utrace request\n"
+          "  --reject-dest STEP:CAUSE  reject the destination step STEP (alloc, config,\n"
+          "                     open, close or free) with CAUSE\n"
           "  --help             this text\n");
 }
 
@@ -56,6 +59,7 @@ int main(int argc, char** argv) {
   std::optional<std::string> lmcPath;
   long confirmDelayMs = 0;
   bool dropConfirms = false;
+  std::optional<kvn::daxosim::TraceDestHandler::Rejection> rejectDest;
   enum {
     kService = 1,
     kMailbox,
@@ -65,6 +69,7 @@ int main(int argc, char** argv) {
     kReconnect,
     kConfirmDelay,
     kDropConfirms,
+    kRejectDest,
     kHelp
   };
   static const struct option longOptions[] = {
@@ -76,6 +81,7 @@ int main(int argc, char** argv) {
       {"reconnect", no_argument, nullptr, kReconnect},
       {"confirm-delay-ms", required_argument, nullptr, kConfirmDelay},
       {"drop-confirms", no_argument, nullptr, kDropConfirms},
+      {"reject-dest", required_argument, nullptr, kRejectDest},
       {"help", no_argument, nullptr, kHelp},
       {nullptr, 0, nullptr, 0}};
   for (int c; (c = getopt_long(argc, argv, "", longOptions, nullptr)) != -1;) {
@@ -110,6 +116,14 @@ int main(int argc, char** argv) {
       case kDropConfirms:
         dropConfirms = true;
         break;
+      case kRejectDest:
+        try {
+          rejectDest = kvn::daxosim::TraceDestHandler::parseRejection(optarg);
+        } catch (const std::exception& e) {
+          fprintf(stderr, "daxo-sim: --reject-dest: %s\n", e.what());
+          return 2;
+        }
+        break;
       case kHelp:
         usage(stdout);
         return 0;
@@ -143,6 +157,9 @@ int main(int argc, char** argv) {
                  std::make_unique<kvn::daxosim::TraceMaskHandler>(confirms));
     handlers.add(kvn::daxosim::UtraceConfigHandler::kImplementsCode,
                  std::make_unique<kvn::daxosim::UtraceConfigHandler>(confirms));
+    handlers.add(
+        kvn::daxosim::TraceDestHandler::kImplementsCode,
+        std::make_unique<kvn::daxosim::TraceDestHandler>(description.traceDest, rejectDest));
     handlers.deployAll(description);
     options.tick = [&confirms] {
       confirms.sendDue();
