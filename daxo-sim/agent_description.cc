@@ -171,6 +171,29 @@ AgentDescription AgentDescription::fromJson(const json& j, const std::string& ba
     for (size_t i = 0; i < as.size(); ++i) addRawAttribute(as[i], i, d.attributes);
   }
   if (d.attributes.size() > 0xFFFF) fail("attributes", "more than 65535 attributes");
+  if (j.contains("traceDest")) {
+    const json& t = j.at("traceDest");
+    if (!t.is_object()) fail("traceDest", "expected an object");
+    TraceDest& td = d.traceDest;
+    for (const auto& item : t.items()) {
+      const std::string where = "traceDest." + item.key();
+      const json& v = item.value();
+      if (item.key() == "portId")
+        td.portId = u16(v, where);
+      else if (item.key() == "agentVlan")
+        td.agentVlan = u16(v, where);
+      else if (item.key() == "sourceInfoA")
+        td.sourceInfoA = static_cast<uint32_t>(unsignedIn(v, where, 0xFFFFFFFFu));
+      else if (item.key() == "sourceInfoB")
+        td.sourceInfoB = u16(v, where);
+      else if (item.key() == "socketId")
+        td.socketId = u16(v, where);
+      else if (item.key() == "sourceMac" && v.is_array() && v.size() == 3)
+        for (size_t i = 0; i < 3; ++i) td.sourceMac[i] = u16(v[i], where);
+      else
+        fail(where, "unknown or malformed field");
+    }
+  }
   if (j.contains("attributeCount"))
     d.attributeCount = u16(j.at("attributeCount"), "attributeCount");
   if (j.contains("superTrace")) d.superTrace = SuperTraceSettings::fromJson(j.at("superTrace"));

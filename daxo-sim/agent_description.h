@@ -34,6 +34,17 @@ class AgentDescription {
     bool operator==(const Attribute& o) const;
   };
 
+  // What the trace destination routine (IMPLEMENTS 6) answers: its port allocation confirm and
+  // the socket it opens. "traceDest" in the description.
+  struct TraceDest {
+    uint16_t portId = 1;
+    uint16_t agentVlan = 0;
+    uint16_t sourceMac[3] = {0x0200, 0, 1};
+    uint32_t sourceInfoA = 0;
+    uint16_t sourceInfoB = 0;
+    uint16_t socketId = 1;
+  };
+
   // Field sizes of the connect message, terminating zero included.
   static constexpr size_t kNameSize = 20;
   static constexpr size_t kLmcPathSize = 256;
@@ -62,6 +73,7 @@ class AgentDescription {
   std::string mailboxName;
   // How its simulated SuperTrace buffer behaves.
   SuperTraceSettings superTrace;
+  TraceDest traceDest;
 };
 
 }  // namespace kvn::daxosim

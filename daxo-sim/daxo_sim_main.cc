@@ -23,6 +23,7 @@
 #include "daxo-sim/memory_buffer_handler.h"
 #include "daxo-sim/simulated_buffer.h"
 #include "daxo-sim/super_trace_handler.h"
+#include "daxo-sim/trace_dest_handler.h"
 #include "daxo-sim/trace_mask_handler.h"
 #include "daxo-sim/utrace_config_handler.h"
 
@@ -49,6 +50,8 @@ void usage(FILE* out) {
           "  --confirm-delay-ms N  hold each trace mask and utrace confirm for N ms\n"
           "  --drop-confirms    never confirm a trace mask or utrace request\n"
           "  --reject-route attach|detach  the forwarders reject every such request\n"
+          "  --reject-dest STEP:CAUSE  reject the destination step STEP (alloc, config,\n"
+          "                     open, close or free) with CAUSE\n"
           "  --help             this text\n");
 }
 
@@ -64,6 +67,7 @@ int main(int argc, char** argv) {
   bool dropConfirms = false;
   using kvn::daxosim::ForwarderHandler;
   ForwarderHandler::Reject rejectRoute = ForwarderHandler::Reject::kNone;
+  std::optional<kvn::daxosim::TraceDestHandler::Rejection> rejectDest;
   enum {
     kService = 1,
     kMailbox,
@@ -74,6 +78,7 @@ int main(int argc, char** argv) {
     kConfirmDelay,
     kDropConfirms,
     kRejectRoute,
+    kRejectDest,
     kHelp
   };
   static const struct option longOptions[] = {
@@ -86,6 +91,7 @@ int main(int argc, char** argv) {
       {"confirm-delay-ms", required_argument, nullptr, kConfirmDelay},
       {"drop-confirms", no_argument, nullptr, kDropConfirms},
       {"reject-route", required_argument, nullptr, kRejectRoute},
+      {"reject-dest", required_argument, nullptr, kRejectDest},
       {"help", no_argument, nullptr, kHelp},
       {nullptr, 0, nullptr, 0}};
   for (int c; (c = getopt_long(argc, argv, "", longOptions, nullptr)) != -1;) {
@@ -127,6 +133,14 @@ int main(int argc, char** argv) {
           rejectRoute = ForwarderHandler::Reject::kDetach;
         } else {
           fprintf(stderr, "daxo-sim: --reject-route takes attach or detach\n");
+          return 2;
+        }
+        break;
+      case kRejectDest:
+        try {
+          rejectDest = kvn::daxosim::TraceDestHandler::parseRejection(optarg);
+        } catch (const std::exception& e) {
+          fprintf(stderr, "daxo-sim: --reject-dest: %s\n", e.what());
           return 2;
         }
         break;
@@ -173,6 +187,9 @@ int main(int argc, char** argv) {
                  std::make_unique<kvn::daxosim::MemoryBufferHandler>(buffer));
     handlers.add(ForwarderHandler::kImplementsCode,
                  std::make_unique<ForwarderHandler>(description, rejectRoute));
+    handlers.add(
+        kvn::daxosim::TraceDestHandler::kImplementsCode,
+        std::make_unique<kvn::daxosim::TraceDestHandler>(description.traceDest, rejectDest));
     handlers.deployAll(description);
     options.tick = [&confirms, &superTraceRoutine] {
       confirms.sendDue();

@@ -8,8 +8,11 @@
 #include "service/agents/daxo_connection_monitor.h"
 #include "service/agents/daxo_trace_model.h"
 #include "service/agents/info_cmd_parser.h"
+#include "service/datapath/dest_cmd_parser.h"
+#include "service/datapath/diag_handler_client_routine.h"
 #include "service/datapath/super_trace.h"
 #include "service/datapath/trace_data_path_connect_hooks.h"
+#include "service/datapath/trace_destination_store.h"
 #include "service/stop_signal_handler.h"
 #include "service/trace_controller_context.h"
 #include "service/trace_controller_options.h"
@@ -80,6 +83,9 @@ int main(int argc, char** argv) {
     auto agentServicePublisher = std::make_shared<AgentServicePublisher>(
         &lingeringNames, connectEvent, kServiceName, options.mailboxName);
 
+    auto diagHandlerClient = std::make_shared<kvn::DiagHandlerClientRoutine>();
+    routineTable.allocate(diagHandlerClient, kvn::DiagHandlerClientRoutine::kRoutineId);
+
     TraceControllerContext& context = TraceControllerContext::get();
     if (!options.instanceName.empty()) {
       agentServicePublisher->publishInstance(options.instanceName);
@@ -97,11 +103,14 @@ int main(int argc, char** argv) {
     context.superTrace = &superTrace;
     context.connectionMonitor = connectionMonitor.get();
     context.routineTable = &routineTable;
+    context.destinations =
+        std::make_shared<kvn::TraceDestinationStore>(&routineTable, connectionMonitor.get());
 
     // The command tree; sub-commands are added below their root, from the root down.
     auto zoth = std::make_shared<kvn::CmdParser>("zoth", "Base band trace session.");
     cmdSessionFactory->addRootParser(zoth);
     zoth->addSubcommand(std::make_shared<kvn::InfoCmdParser>());
+    zoth->addSubcommand(std::make_shared<kvn::DestCmdParser>());
     zoth->addSubcommand(std::make_shared<kvn::ProfileCmdParser>());
     auto zorf = std::make_shared<kvn::ZorfCmdParser>("zorf", "Base band trace & error.");
     cmdSessionFactory->addRootParser(zorf);

@@ -70,6 +70,12 @@ std::shared_ptr<AbstractRoutine> RoutineTable::get(uint16_t id) const {
   return id < kSize ? routines_[id] : nullptr;
 }
 
+size_t RoutineTable::usedSlots() const {
+  size_t n = 0;
+  for (const auto& slot : routines_) n += slot ? 1 : 0;
+  return n;
+}
+
 void RoutineTable::dispatch(pxm_mbox_id_t sender, pxm_msg*& msg, size_t size) {
   static char text[256];
   if (size < sizeof(KvnObsSubMessageWithSubMsgNo)) {

@@ -52,6 +52,8 @@ class RoutineTable {
   void free(uint16_t id);
   std::shared_ptr<AbstractRoutine> take(uint16_t id);
   std::shared_ptr<AbstractRoutine> get(uint16_t id) const;
+  // How many slots hold a routine; tests use it to see that nothing was left behind.
+  size_t usedSlots() const;
 
   // The dispatcher of the main loop for s_baseSignalNo.
   void dispatch(pxm_mbox_id_t sender, pxm_msg*& msg, size_t size);

@@ -75,8 +75,14 @@ using TraceDestProxy = ProxyCfmRej<
 // The signal-to-trace function takes no signal from this service: routine id and proxy only.
 using Sig2emProxy = TemplateBaseProxy;
 
-using TsiProxy = ProxyCfmRej<KvnTsiProxyCreateUdpSessionReqS, KvnTsiProxyCreateUdpSessionCfmS,
-                             KvnTsiProxyCreateUdpSessionRejS, 0, 1, 2,
-                             ProxyInd<KvnTsiProxyDeleteUdpSessionIndS, 3, TemplateBaseProxy>>;
+// A class rather than an alias, so that the global context can hold one by a forward
+// declaration.
+using TsiProxyChain = ProxyCfmRej<KvnTsiProxyCreateUdpSessionReqS, KvnTsiProxyCreateUdpSessionCfmS,
+                                  KvnTsiProxyCreateUdpSessionRejS, 0, 1, 2,
+                                  ProxyInd<KvnTsiProxyDeleteUdpSessionIndS, 3, TemplateBaseProxy>>;
+class TsiProxy : public TsiProxyChain {
+ public:
+  using TsiProxyChain::TsiProxyChain;
+};
 
 }  // namespace kvn

@@ -28,6 +28,11 @@ inline constexpr const char* kDaxoSim = KVN_E2E_DAXO_SIM;
 #else
 inline constexpr const char* kDaxoSim = "";
 #endif
+#ifdef KVN_E2E_DIAG_SIM
+inline constexpr const char* kDiagSim = KVN_E2E_DIAG_SIM;
+#else
+inline constexpr const char* kDiagSim = "";
+#endif
 #ifdef KVN_E2E_LMC_TOOL
 inline constexpr const char* kLmcTool = KVN_E2E_LMC_TOOL;
 #else

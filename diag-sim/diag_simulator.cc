@@ -1,0 +1,236 @@
+#include "diag-sim/diag_simulator.h"
+
+#include <stdio.h>
+#include <string.h>
+
+#include <nlohmann/json.hpp>
+
+#include "diag-sim/diag_message.h"
+#include "pxm/pxm.h"
+
+namespace kvn::diagsim {
+
+namespace {
+constexpr uint32_t kReceiveTimeoutMs = 200;  // how long a stop request may wait
+uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
+}  // namespace
+
+DiagSimulator::DiagSimulator(Options options, daxosim::Journal& journal)
+    : options_(std::move(options)),
+      journal_(journal),
+      ownMailbox_(PXM_NO_MBOX),
+      service_(PXM_NO_MBOX) {}
+
+DiagSimulator::~DiagSimulator() {
+  closeMailbox();
+  if (initialized_) pxm_exit();
+}
+
+int DiagSimulator::run(const volatile sig_atomic_t& stop, volatile sig_atomic_t& rejoin) {
+  unsigned char schemeParams[36] = {};
+  const char* ns = options_.nameSpace.empty() ? nullptr : options_.nameSpace.c_str();
+  if (int32_t rc = pxm_init(2, 0, schemeParams, ns, 0); rc != 0) {
+    fprintf(stderr, "diag-sim: cannot reach the mailbox hub (pxm_init returned %d)\n", rc);
+    return 1;
+  }
+  initialized_ = true;
+  if (!openMailbox()) return 1;
+  findService();
+  while (!stop) {
+    if (rejoin) {
+      rejoin = 0;
+      // Deleting the mailbox is what the service sees as the diag handler going away.
+      closeMailbox();
+      held_.clear();
+      note("left");
+      if (!openMailbox()) return 1;
+      findService();
+    }
+    sendDue();
+    uint32_t timeout = kReceiveTimeoutMs;
+    if (!held_.empty()) {
+      const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+          held_.front().due - std::chrono::steady_clock::now());
+      timeout = left.count() < 1 ? 1 : std::min<uint32_t>(timeout, left.count());
+    }
+    pxm_msg* msg = pxm_receive(nullptr, timeout, PXM_FROM_ALL);
+    if (!msg) continue;
+    handle(msg);
+    pxm_free(&msg);
+  }
+  note("stopped");
+  return 0;
+}
+
+bool DiagSimulator::openMailbox() {
+  ownMailbox_ = pxm_create_mailbox(options_.mailboxName.c_str(), 0);
+  if (ownMailbox_ == PXM_NO_MBOX) {
+    fprintf(stderr, "diag-sim: cannot create mailbox \"%s\"\n", options_.mailboxName.c_str());
+    return false;
+  }
+  return true;
+}
+
+void DiagSimulator::closeMailbox() {
+  if (monitoring_) pxm_unmonitor(serviceMonitor_);
+  monitoring_ = false;
+  service_ = PXM_NO_MBOX;
+  if (ownMailbox_ != PXM_NO_MBOX) pxm_delete_mailbox(ownMailbox_);
+  ownMailbox_ = PXM_NO_MBOX;
+}
+
+void DiagSimulator::findService() {
+  const uint32_t id = pxm_locate(options_.serviceName.c_str());
+  if (id != PXM_NO_MBOX) {
+    hello(id);
+    return;
+  }
+  pxm_msg* found = pxm_alloc(sizeof(uint32_t), kServiceFoundSignal);
+  pxm_locate_async(options_.serviceName.c_str(), &found, PXM_MY_MBOX);
+  note("waiting_for_service");
+}
+
+void DiagSimulator::hello(uint32_t service) {
+  service_ = service;
+  if (monitoring_) pxm_unmonitor(serviceMonitor_);
+  pxm_msg* none = nullptr;
+  serviceMonitor_ = pxm_monitor(service_, &none);
+  monitoring_ = true;
+  ++hellos_;
+  send(DiagMessage::encode(DiagMessage::kServiceRoutine, kHelloRoutine, DiagMessage::kHello,
+                           DiagMessage::helloBody(hellos_)),
+       service_);
+  nlohmann::json entry;
+  entry["event"] = "hello_sent";
+  entry["service"] = service_;
+  entry["mailbox"] = ownMailbox_;
+  entry["hello"] = hellos_;
+  journal_.write(entry);
+}
+
+void DiagSimulator::handle(pxm_msg* msg) {
+  const uint32_t sender = pxm_sender(msg);
+  const size_t size = pxm_size(msg);
+  const uint8_t* bytes = reinterpret_cast<const uint8_t*>(msg);
+  switch (msg->msgno) {
+    case DiagMessage::kBaseSignalNo:
+      handleRoutineMessage(sender, bytes, size);
+      return;
+    case kServiceFoundSignal: {
+      const uint32_t id = pxm_locate(options_.serviceName.c_str());
+      if (id == PXM_NO_MBOX)
+        findService();
+      else
+        hello(id);
+      return;
+    }
+    case PXM_MBOX_GONE:
+      if (sender == service_ && monitoring_) {
+        monitoring_ = false;
+        service_ = PXM_NO_MBOX;
+        held_.clear();
+        note("service_lost");
+        findService();
+        return;
+      }
+      break;
+    default:
+      break;
+  }
+  nlohmann::json entry;
+  entry["from"] = sender;
+  entry["msgno"] = msg->msgno;
+  entry["size"] = size;
+  entry["error"] = "unexpected message number";
+  journal_.write(entry);
+}
+
+void DiagSimulator::handleRoutineMessage(uint32_t sender, const uint8_t* bytes, size_t size) {
+  nlohmann::json entry;
+  entry["from"] = sender;
+  entry["size"] = size;
+  if (size < DiagMessage::kHeaderSize) {
+    entry["error"] = "shorter than the message header";
+    journal_.write(entry);
+    return;
+  }
+  const uint16_t dst = be16(bytes + 4), src = be16(bytes + 6), submsgno = be16(bytes + 8);
+  const uint8_t* body = bytes + DiagMessage::kHeaderSize;
+  const size_t bodySize = size - DiagMessage::kHeaderSize;
+  entry["dst"] = dst;
+  entry["src"] = src;
+  entry["submsgno"] = submsgno;
+  entry["body"] = daxosim::Journal::hex(body, bodySize);
+  if (dst == kHelloRoutine && submsgno == DiagMessage::kHelloReply) {
+    entry["name"] = "HELLO_REPLY";
+    DiagMessage::readHelloReply(body, bodySize, entry);
+  } else if (dst == kTsiProxyRoutine && submsgno == DiagMessage::kCreateReq) {
+    entry["name"] = "KVN_TSI_PROXY_CREATE_UDP_SESSION_REQ";
+    DiagMessage::readCreateRequest(body, bodySize, entry);
+    const TsiAnswer& a = options_.answer;
+    if (a.reject)
+      reply(DiagMessage::encode(src, kTsiProxyRoutine, DiagMessage::kCreateRej, a.rejectBody()),
+            sender, "reject", entry);
+    else
+      reply(DiagMessage::encode(src, kTsiProxyRoutine, DiagMessage::kCreateCfm, a.confirmBody()),
+            sender, "confirm", entry);
+  } else if (dst == kTsiProxyRoutine && submsgno == DiagMessage::kDeleteInd) {
+    entry["name"] = "KVN_TSI_PROXY_DELETE_UDP_SESSION_IND";
+    DiagMessage::readDeleteIndication(body, bodySize, entry);
+  } else {
+    entry["error"] = "not a message of the diag handler";
+  }
+  journal_.write(entry);
+}
+
+void DiagSimulator::reply(std::vector<uint8_t> message, uint32_t to, const char* what,
+                          nlohmann::json& entry) {
+  switch (options_.replyMode) {
+    case ReplyMode::kAtOnce:
+      send(message, to);
+      entry[what] = "sent";
+      return;
+    case ReplyMode::kDelayed:
+      held_.push_back(
+          {std::chrono::steady_clock::now() + options_.replyDelay, std::move(message), to});
+      entry[what] = "delayed";
+      return;
+    case ReplyMode::kDropped:
+      entry[what] = "dropped";
+      return;
+  }
+}
+
+void DiagSimulator::sendDue() {
+  const auto now = std::chrono::steady_clock::now();
+  while (!held_.empty() && held_.front().due <= now) {
+    const Held h = held_.front();
+    held_.pop_front();
+    send(h.message, h.to);
+    nlohmann::json entry;
+    entry["event"] = "reply_sent";
+    entry["to"] = be16(h.message.data() + 4);
+    entry["submsgno"] = be16(h.message.data() + 8);
+    journal_.write(entry);
+  }
+}
+
+void DiagSimulator::send(const std::vector<uint8_t>& message, uint32_t to) {
+  uint32_t msgno;
+  memcpy(&msgno, message.data(), sizeof msgno);
+  pxm_msg* m = pxm_alloc(message.size(), msgno);
+  if (!m) {
+    fprintf(stderr, "diag-sim: pxm_alloc(%zu) failed\n", message.size());
+    return;
+  }
+  memcpy(reinterpret_cast<uint8_t*>(m), message.data(), message.size());
+  pxm_send(&m, to, PXM_MY_MBOX);
+}
+
+void DiagSimulator::note(const char* event) {
+  nlohmann::json entry;
+  entry["event"] = event;
+  journal_.write(entry);
+}
+
+}  // namespace kvn::diagsim

@@ -1,6 +1,0 @@
-#include "service/trace_controller_context.h"
-
-TraceControllerContext& TraceControllerContext::get() {
-  static TraceControllerContext context;
-  return context;
-}
