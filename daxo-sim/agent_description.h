@@ -32,6 +32,23 @@ class AgentDescription {
     bool operator==(const Attribute& o) const;
   };
 
+  // One row of the trace hit counter table; the times are ms since the last reset.
+  struct HitCounterRow {
+    uint16_t strid = 0;
+    uint16_t traceGroup = 0;
+    uint32_t args[3] = {0, 0, 0};
+    uint32_t counter = 0;
+    uint32_t firstHit = 0;
+    uint32_t lastHit = 0;
+  };
+  // The trace hit counter table the agent starts with, and how many rows go in one confirm.
+  struct HitCounterTable {
+    std::vector<HitCounterRow> rows;
+    uint32_t droppedHits = 0;
+    uint32_t droppedStrids = 0;
+    uint16_t rowsPerConfirm = 16;
+  };
+
   // Field sizes of the connect message, terminating zero included.
   static constexpr size_t kNameSize = 20;
   static constexpr size_t kLmcPathSize = 256;
@@ -58,6 +75,7 @@ class AgentDescription {
   std::optional<uint16_t> attributeCount;
   // The agent's own mailbox name; empty means one derived from the number.
   std::string mailboxName;
+  HitCounterTable traceHitCounter;
 };
 
 }  // namespace kvn::daxosim

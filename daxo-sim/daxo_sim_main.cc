@@ -18,6 +18,8 @@
 #include "daxo-sim/handler_registry.h"
 #include "daxo-sim/journal.h"
 #include "daxo-sim/journal_only_handler.h"
+#include "daxo-sim/register_manager_handler.h"
+#include "daxo-sim/trace_hit_counter_handler.h"
 #include "daxo-sim/trace_mask_handler.h"
 #include "daxo-sim/utrace_config_handler.h"
 
@@ -143,6 +145,11 @@ int main(int argc, char** argv) {
                  std::make_unique<kvn::daxosim::TraceMaskHandler>(confirms));
     handlers.add(kvn::daxosim::UtraceConfigHandler::kImplementsCode,
                  std::make_unique<kvn::daxosim::UtraceConfigHandler>(confirms));
+    handlers.add(
+        kvn::daxosim::TraceHitCounterHandler::kImplementsCode,
+        std::make_unique<kvn::daxosim::TraceHitCounterHandler>(description.traceHitCounter));
+    handlers.add(kvn::daxosim::RegisterManagerHandler::kImplementsCode,
+                 std::make_unique<kvn::daxosim::RegisterManagerHandler>());
     handlers.deployAll(description);
     options.tick = [&confirms] {
       confirms.sendDue();
