@@ -120,6 +120,42 @@ void addRawAttribute(const json& a, size_t index, std::vector<AgentDescription::
   out.push_back(attr);
 }
 
+uint32_t u32(const json& v, const std::string& where) {
+  return static_cast<uint32_t>(unsignedIn(v, where, 0xFFFFFFFFu));
+}
+
+// {"rowsPerConfirm", "droppedHits", "droppedStrids", "rows": [{"strid", "group", "args",
+// "counter", "firstHit", "lastHit"}]}
+AgentDescription::HitCounterTable hitCounterTable(const json& t) {
+  const std::string where = "traceHitCounter";
+  if (!t.is_object()) fail(where, "expected an object");
+  AgentDescription::HitCounterTable table;
+  if (t.contains("rowsPerConfirm")) {
+    table.rowsPerConfirm = u16(t.at("rowsPerConfirm"), where + ".rowsPerConfirm");
+    if (table.rowsPerConfirm == 0) fail(where + ".rowsPerConfirm", "must be at least 1");
+  }
+  if (t.contains("droppedHits")) table.droppedHits = u32(t.at("droppedHits"), where);
+  if (t.contains("droppedStrids")) table.droppedStrids = u32(t.at("droppedStrids"), where);
+  const json rows = t.value("rows", json::array());
+  if (!rows.is_array()) fail(where + ".rows", "expected a list");
+  for (size_t i = 0; i < rows.size(); ++i) {
+    const std::string at = where + ".rows[" + std::to_string(i) + "]";
+    const json& r = rows[i];
+    if (!r.is_object() || !r.contains("strid")) fail(at, "expected an object with a \"strid\"");
+    AgentDescription::HitCounterRow row;
+    row.strid = u16(r.at("strid"), at + ".strid");
+    row.traceGroup = u16(r.value("group", json(0)), at + ".group");
+    const json args = r.value("args", json::array());
+    if (!args.is_array() || args.size() > 3) fail(at + ".args", "expected up to three numbers");
+    for (size_t a = 0; a < args.size(); ++a) row.args[a] = u32(args[a], at + ".args");
+    row.counter = u32(r.value("counter", json(0)), at + ".counter");
+    row.firstHit = u32(r.value("firstHit", json(0)), at + ".firstHit");
+    row.lastHit = u32(r.value("lastHit", json(0)), at + ".lastHit");
+    table.rows.push_back(row);
+  }
+  return table;
+}
+
 }  // namespace
 
 bool AgentDescription::Attribute::operator==(const Attribute& o) const {
@@ -194,6 +230,7 @@ AgentDescription AgentDescription::fromJson(const json& j, const std::string& ba
         fail(where, "unknown or malformed field");
     }
   }
+  if (j.contains("traceHitCounter")) d.traceHitCounter = hitCounterTable(j.at("traceHitCounter"));
   if (j.contains("attributeCount"))
     d.attributeCount = u16(j.at("attributeCount"), "attributeCount");
   if (j.contains("superTrace")) d.superTrace = SuperTraceSettings::fromJson(j.at("superTrace"));

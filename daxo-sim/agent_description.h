@@ -45,6 +45,23 @@ class AgentDescription {
     uint16_t socketId = 1;
   };
 
+  // One row of the trace hit counter table; the times are ms since the last reset.
+  struct HitCounterRow {
+    uint16_t strid = 0;
+    uint16_t traceGroup = 0;
+    uint32_t args[3] = {0, 0, 0};
+    uint32_t counter = 0;
+    uint32_t firstHit = 0;
+    uint32_t lastHit = 0;
+  };
+  // The trace hit counter table the agent starts with, and how many rows go in one confirm.
+  struct HitCounterTable {
+    std::vector<HitCounterRow> rows;
+    uint32_t droppedHits = 0;
+    uint32_t droppedStrids = 0;
+    uint16_t rowsPerConfirm = 16;
+  };
+
   // Field sizes of the connect message, terminating zero included.
   static constexpr size_t kNameSize = 20;
   static constexpr size_t kLmcPathSize = 256;
@@ -74,6 +91,7 @@ class AgentDescription {
   // How its simulated SuperTrace buffer behaves.
   SuperTraceSettings superTrace;
   TraceDest traceDest;
+  HitCounterTable traceHitCounter;
 };
 
 }  // namespace kvn::daxosim

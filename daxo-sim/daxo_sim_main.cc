@@ -21,9 +21,11 @@
 #include "daxo-sim/journal.h"
 #include "daxo-sim/journal_only_handler.h"
 #include "daxo-sim/memory_buffer_handler.h"
+#include "daxo-sim/register_manager_handler.h"
 #include "daxo-sim/simulated_buffer.h"
 #include "daxo-sim/super_trace_handler.h"
 #include "daxo-sim/trace_dest_handler.h"
+#include "daxo-sim/trace_hit_counter_handler.h"
 #include "daxo-sim/trace_mask_handler.h"
 #include "daxo-sim/utrace_config_handler.h"
 
@@ -190,6 +192,11 @@ int main(int argc, char** argv) {
     handlers.add(
         kvn::daxosim::TraceDestHandler::kImplementsCode,
         std::make_unique<kvn::daxosim::TraceDestHandler>(description.traceDest, rejectDest));
+    handlers.add(
+        kvn::daxosim::TraceHitCounterHandler::kImplementsCode,
+        std::make_unique<kvn::daxosim::TraceHitCounterHandler>(description.traceHitCounter));
+    handlers.add(kvn::daxosim::RegisterManagerHandler::kImplementsCode,
+                 std::make_unique<kvn::daxosim::RegisterManagerHandler>());
     handlers.deployAll(description);
     options.tick = [&confirms, &superTraceRoutine] {
       confirms.sendDue();

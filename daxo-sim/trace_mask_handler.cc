@@ -15,15 +15,27 @@ uint32_t be32(const uint8_t* p) {
          static_cast<uint32_t>(p[2]) << 8 | p[3];
 }
 
-constexpr uint16_t kSetMaskReq = 0, kSetMaskCfm = 1;
+constexpr uint16_t kSetMaskReq = 0, kSetMaskCfm = 1, kInjectUreq = 2;
 constexpr size_t kEntrySize = 6;
 
 }  // namespace
 
 void TraceMaskHandler::handle(const Request& request, const ReplyPath& reply,
                               nlohmann::json& entry) {
+  if (request.submsgno == kInjectUreq) {
+    // An injected trace text: decoded for the journal, nothing to answer.
+    entry["answered"] = false;
+    if (request.bodySize < 2) throw std::runtime_error("injected text without a word count");
+    const size_t bytes = 2 * size_t{be16(request.body)};
+    if (request.bodySize < 2 + bytes)
+      throw std::runtime_error("injected text of " + std::to_string(bytes) + " bytes is too short");
+    std::string text(reinterpret_cast<const char*>(request.body + 2), bytes);
+    if (!text.empty() && text.back() == '\0') text.pop_back();  // the padding of an odd text
+    entry["text"] = text;
+    return;
+  }
   if (request.submsgno != kSetMaskReq) {
-    entry["answered"] = false;  // an injected trace text: nothing to answer
+    entry["answered"] = false;
     return;
   }
   if (request.bodySize < 2) throw std::runtime_error("set mask request without a count");

@@ -1,7 +1,8 @@
 #pragma once
 // The agent's trace object manager (IMPLEMENTS 14): keeps a group mask for each trace object it
 // was told of, replaces it with every "KVN_TRACEOBJECT_SETMASK_REQ" entry and confirms. The
-// journal line carries the entries and the whole table afterwards.
+// journal line carries the entries and the whole table afterwards. An injected trace text is
+// journalled with the text decoded.
 
 #include <stdint.h>
 

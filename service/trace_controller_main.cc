@@ -13,6 +13,9 @@
 #include "service/datapath/super_trace.h"
 #include "service/datapath/trace_data_path_connect_hooks.h"
 #include "service/datapath/trace_destination_store.h"
+#include "service/measurements/echo_cmd_parser.h"
+#include "service/measurements/hw_config_cmd_parser.h"
+#include "service/measurements/trace_hit_counter_cmd_parser.h"
 #include "service/stop_signal_handler.h"
 #include "service/trace_controller_context.h"
 #include "service/trace_controller_options.h"
@@ -110,8 +113,11 @@ int main(int argc, char** argv) {
     auto zoth = std::make_shared<kvn::CmdParser>("zoth", "Base band trace session.");
     cmdSessionFactory->addRootParser(zoth);
     zoth->addSubcommand(std::make_shared<kvn::InfoCmdParser>());
+    zoth->addSubcommand(std::make_shared<kvn::TraceHitCounterCmdParser>());
+    zoth->addSubcommand(std::make_shared<kvn::HwConfigCmdParser>());
     zoth->addSubcommand(std::make_shared<kvn::DestCmdParser>());
     zoth->addSubcommand(std::make_shared<kvn::ProfileCmdParser>());
+    zoth->addSubcommand(std::make_shared<kvn::EchoCmdParser>());
     auto zorf = std::make_shared<kvn::ZorfCmdParser>("zorf", "Base band trace & error.");
     cmdSessionFactory->addRootParser(zorf);
     zorf->addSubcommand(std::make_shared<kvn::LogCmdParser>());

@@ -22,7 +22,8 @@ const char* const kContainer = R"({
                         {"name": "harqHandler", "trace_id": 102}],
       "utrace": [{"name": "ulScheduler.grant", "id": 1, "default": false},
                  {"name": "ulScheduler.alloc", "id": 2, "default": true},
-                 {"name": "harqHandler.retx", "id": 3, "default": false}]}},
+                 {"name": "harqHandler.retx", "id": 3, "default": false}],
+      "trace_strings": ["boot done", "grant for ue %d: %d prbs", "alloc of %u bytes"]}},
     {"role": "meta", "compression": 1, "metadata": {
       "load_module": "dsp2",
       "trace_objects": [{"name": "obj", "trace_id": 200}, {"name": "other", "trace_id": 201}]}},
@@ -78,15 +79,17 @@ bool TestSystem::startService(std::vector<std::string> options) {
   return true;
 }
 
-void TestSystem::describeAgent(int number, const std::string& moreRoutines) {
+void TestSystem::describeAgent(int number, const std::string& moreRoutines,
+                               const std::string& moreFields) {
   std::ostringstream d;
-  d << R"({"connect": "version", "version": 2, "bbmHwNumber": )" << number
+  d << R"({"connect": "version", "version": 3, "bbmHwNumber": )" << number
     << R"(, "instanceName": "MOKA", "domainDaxoIndex": )" << number
     << R"(, "roleIndex": 0, "loadModuleName": "dsp)" << (number == 2 ? 2 : 1)
     << R"(", "lmcPath": ")" << containerFile()
     << R"(", "routines": [{"routineId": 40, "implements": "traceObjectManager"},)"
     << R"( {"routineId": 41, "implements": "uniqueTraceManager"})"
-    << (moreRoutines.empty() ? "" : ", " + moreRoutines) << "]}";
+    << (moreRoutines.empty() ? "" : ", " + moreRoutines) << "]"
+    << (moreFields.empty() ? "" : ", " + moreFields) << "}";
   write(agentFile(number), d.str());
 }
 

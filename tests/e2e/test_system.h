@@ -13,10 +13,12 @@ namespace kvn::e2e {
 // The whole system as real processes in one run directory: the hub, the service (which can be
 // stopped and started again), simulated agents 1 to 5 (each can be killed and started again) and
 // kvnsh for each command. The agents' container is packed by lmc-tool: module dsp1 has the
-// objects obj, ulScheduler and harqHandler and the utrace points ulScheduler.grant (id 1, off by
-// default), ulScheduler.alloc (id 2, on) and harqHandler.retx (id 3, off); module dsp2 has obj
-// and other; the profile "Scheduling" is "*;*;*Scheduler.trace1". Agent n is "MOKA" with index
-// n, on dsp2 when n is 2 and dsp1 otherwise, and deploys the trace object and utrace functions.
+// objects obj, ulScheduler and harqHandler, the utrace points ulScheduler.grant (id 1, off by
+// default), ulScheduler.alloc (id 2, on) and harqHandler.retx (id 3, off), and the trace strings
+// "boot done", "grant for ue %d: %d prbs" and "alloc of %u bytes"; module dsp2 has obj and
+// other; the profile "Scheduling" is "*;*;*Scheduler.trace1". Agent n is "MOKA" with index n,
+// connect version 3, on dsp2 when n is 2 and dsp1 otherwise, and deploys the trace object and
+// utrace functions.
 // The service keeps its saved states in `stateDir()`.
 class TestSystem {
  public:
@@ -32,8 +34,10 @@ class TestSystem {
   Process& service() { return *service_; }
 
   // The description of agent `number`, with `moreRoutines` (JSON objects, comma-separated)
-  // after its two routines; written to `agentFile(number)`, which startAgent reads.
-  void describeAgent(int number, const std::string& moreRoutines);
+  // after its two routines and `moreFields` (JSON members) after the routines; written to
+  // `agentFile(number)`, which startAgent reads.
+  void describeAgent(int number, const std::string& moreRoutines,
+                     const std::string& moreFields = "");
   std::string agentFile(int number) const;
   std::string containerFile() const { return dir_.file("agents.lmc"); }
 

@@ -1,0 +1,72 @@
+#pragma once
+// Test support of the measurement commands: the agents of the log command tests with a hit
+// counter and a register manager besides, and the agent's side of a request by hand.
+
+#include <stdint.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "service/agents/daxo_trace_model.h"
+#include "service/tracecontrol/log_test_fixture.h"
+#include "util/cmd_parser.h"
+
+namespace kvn::testing {
+
+class MeasurementTestFixture : public LogTestFixture {
+ protected:
+  static constexpr uint16_t kRttRoutine = 30;
+  static constexpr uint16_t kHitCounterRoutine = 32;
+
+  DaxoRecord& addMeasuredAgent(uint16_t n, uint32_t version = 3) {
+    DaxoRecord& r = addAgent(n, Agent{});
+    r.version = version;
+    const kvntrace::EventId lost = r.lostEvent->getId();
+    r.traceHitCounter.id = kHitCounterRoutine;
+    r.traceHitCounter.proxy =
+        std::make_shared<TraceHitCounterProxy>(&table, r.mailbox, kHitCounterRoutine, lost);
+    r.rttManager.id = kRttRoutine;
+    r.rttManager.proxy = std::make_shared<RttProxy>(&table, r.mailbox, kRttRoutine, lost);
+    return r;
+  }
+
+  // Parses and runs `words` as the factory does; a parse error is the answer, result 1.
+  Answer command(CmdParser& parser, const std::vector<std::string>& words) {
+    answer_ = {};
+    try {
+      launch(parser.parse(words));
+    } catch (const CmdParserError& e) {
+      answer_.text = std::string(e.what()) + "\n";
+      answer_.result = 1;
+    }
+    return answer();
+  }
+
+  // The next request that reached agent `n`; fails the test when there is none.
+  FakePxm::Sent request(uint16_t n) {
+    std::optional<FakePxm::Sent> m = pxm.popSent(agentMailbox[n]);
+    if (!m) {
+      ADD_FAILURE() << "no request reached agent " << n;
+      return {};
+    }
+    return *m;
+  }
+  // The agent answers `req` under `submsgno` with a body in network order.
+  void reply(uint16_t n, const FakePxm::Sent& req, uint16_t submsgno,
+             const std::vector<uint8_t>& body = {}) {
+    pxm.injectObs(agentMailbox[n], req.srcRoutineId, req.dstRoutineId, submsgno, body);
+    LogTestFixture::run();
+  }
+
+  static void be16(std::vector<uint8_t>& b, uint16_t v) {
+    b.push_back(static_cast<uint8_t>(v >> 8));
+    b.push_back(static_cast<uint8_t>(v));
+  }
+  static void be32(std::vector<uint8_t>& b, uint32_t v) {
+    be16(b, static_cast<uint16_t>(v >> 16));
+    be16(b, static_cast<uint16_t>(v));
+  }
+};
+
+}  // namespace kvn::testing

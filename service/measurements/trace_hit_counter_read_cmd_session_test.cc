@@ -1,0 +1,149 @@
+#include "service/measurements/trace_hit_counter_read_cmd_session.h"
+
+#include <gtest/gtest.h>
+
+#include "lmc-tool/lmc_writer.h"
+#include "lmc-tool/scratch_dir.h"
+#include "lmc-tool/table_blob_writer.h"
+#include "service/measurements/measurement_test_fixture.h"
+#include "service/measurements/trace_hit_counter_cmd_parser.h"
+#include "tracing/log_capture.h"
+
+namespace kvn::testing {
+namespace {
+
+constexpr uint16_t kInfoReq = 0, kInfoCfm = 1, kDataReq = 2, kDataCfm = 3;
+
+struct Row {
+  uint16_t strid, group;
+  uint32_t arg1, arg2, arg3, counter, first, last;
+};
+
+class TraceHitCounterReadTest : public MeasurementTestFixture {
+ protected:
+  // Agent `n` with the trace strings `strings` in its container.
+  DaxoRecord& addAgentWithStrings(uint16_t n, const std::vector<std::string>& strings) {
+    DaxoRecord& r = addMeasuredAgent(n);
+    lmc::TableBlobWriter blob;
+    blob.addStringTable("tracestr", strings);
+    lmc::LmDefinition meta;
+    meta.identity = "dsp1_META";
+    meta.compression = 1;
+    meta.content = blob.build();
+    lmc::LmcWriter writer;
+    writer.addModule(meta);
+    r.lmcPath = dir.file("agent" + std::to_string(n) + ".lmc");
+    writer.writeFile(r.lmcPath);
+    r.loadModuleName = "dsp1";
+    return r;
+  }
+
+  void answerInfo(uint16_t n, uint32_t entries, uint32_t droppedHits = 0,
+                  uint32_t droppedStrids = 0) {
+    const FakePxm::Sent req = request(n);
+    ASSERT_EQ(req.submsgno, kInfoReq);
+    std::vector<uint8_t> body;
+    for (uint32_t v : {droppedHits, droppedStrids, 0u, entries}) be32(body, v);
+    reply(n, req, kInfoCfm, body);
+  }
+  // Answers the one data request in flight with `count` rows claimed and `rows` carried; gives
+  // the index that was asked for.
+  int answerData(uint16_t n, uint16_t firstIndex, const std::vector<Row>& rows, int count = -1) {
+    const FakePxm::Sent req = request(n);
+    EXPECT_EQ(pxm.queued(agentMailbox[n]), 0u) << "more than one request in flight";
+    EXPECT_EQ(req.submsgno, kDataReq);
+    std::vector<uint8_t> body;
+    be16(body, static_cast<uint16_t>(count < 0 ? rows.size() : count));
+    be16(body, firstIndex);
+    for (const Row& r : rows) {
+      be16(body, r.strid);
+      be16(body, r.group);
+      for (uint32_t v : {r.arg1, r.arg2, r.arg3, r.counter, r.first, r.last}) be32(body, v);
+    }
+    reply(n, req, kDataCfm, body);
+    return req.be16(12);
+  }
+
+  TraceHitCounterCmdParser parser;
+  lmc::ScratchDir dir;
+};
+
+TEST_F(TraceHitCounterReadTest, ReadsOneAgentAfterTheOtherOnePieceAtATime) {
+  DaxoRecord& one = addAgentWithStrings(1, {"grant %d of %u", "no args %s", "third"});
+  one.uTraceIndex[2] = 0;
+  one.uTracePoints.push_back({"ulScheduler.grant", 2, true, true});
+  addAgentWithStrings(2, {});
+  log::LogCapture logs;
+  command(parser, {"read", "*"});
+  EXPECT_TRUE(one.traceHitCounter.inUse);
+  answerInfo(2, 0);
+  answerInfo(1, 4, 7, 9);
+
+  EXPECT_EQ(answerData(1, 0, {{0, 1, 5, 6, 0, 10, 1, 2}, {40000, 99, 0, 0, 0, 1, 3, 4}}), 0);
+  // No row while rows remain: the same index again.
+  EXPECT_EQ(answerData(1, 2, {}), 2);
+  // Promises three rows but carries one: what it carries is taken.
+  EXPECT_EQ(answerData(1, 2, {{1, 4, 0xDEAD, 0, 0, 2, 5, 6}}, 3), 2);
+  EXPECT_TRUE(logs.has(log::Level::Error,
+                       "Trace hit counter data from daxo 1 promises 3 rows but holds 1"));
+  // More rows than remain: only the one that remains.
+  EXPECT_EQ(answerData(1, 3, {{2, 12, 0, 0, 0, 3, 7, 8}, {2, 12, 0, 0, 0, 99, 9, 9}}), 3);
+  EXPECT_FALSE(answer().result);
+  // The empty table of agent 2 still takes one request.
+  EXPECT_EQ(answerData(2, 0, {}), 0);
+
+  const Answer a = answer();
+  EXPECT_EQ(a.result, 0);
+  const size_t two = a.text.find("snid = 2\n");
+  ASSERT_NE(two, std::string::npos) << a.text;
+  const std::string first = a.text.substr(0, two);
+  EXPECT_EQ(first.rfind("snid = 1\nTrace hit counter table:\n", 0), 0u) << first;
+  EXPECT_NE(first.find("=======\n\n"
+                       "0       10         1           2           5           6           0    "
+                       "       TRACEGRP_ERROR         grant 5 of 6\n"
+                       "-25536  1          3           4           0           0           0    "
+                       "       UNKNOWN_GROUP          Invalid strid: 40000\n"
+                       "1       2          5           6           57005       0           0    "
+                       "       TRACEGRP_INFO          no args %s\n"
+                       "2       3          7           8           0           0           0    "
+                       "       ulScheduler.grant      third\n"
+                       "\n\nWarning: Since start 7 trace hits have been dropped due to buffer "
+                       "overflow in small buffer\n"
+                       "\n\nWarning: Since start 9 unique strid counter instances have been "
+                       "dropped. The reason is that the trace hit counter table is full\n"),
+            std::string::npos)
+      << first;
+  EXPECT_EQ(a.text.substr(two).find("Warning"), std::string::npos);
+  EXPECT_EQ(a.text.substr(a.text.size() - 9), "=======\n\n");
+  EXPECT_FALSE(one.traceHitCounter.inUse);
+}
+
+TEST_F(TraceHitCounterReadTest, LossEndsTheCommandWithWhatWasCollected) {
+  addMeasuredAgent(1);
+  addMeasuredAgent(2);
+  // In the info phase: the others are still awaited, and no table is read.
+  command(parser, {"read", "*"});
+  lose(2);
+  EXPECT_FALSE(answer().result);
+  answerInfo(1, 1);
+  Answer a = answer();
+  EXPECT_EQ(a.text, "Could not get trace hit counter info due to loss of daxo 2\n");
+  EXPECT_EQ(a.result, 1);
+  EXPECT_EQ(pxm.queued(agentMailbox[1]), 0u);
+  EXPECT_FALSE(DaxoTraceModel::get(1).traceHitCounter.inUse);
+
+  // In the data phase, for an agent whose table is not being read: at once.
+  addMeasuredAgent(2);
+  command(parser, {"read", "*"});
+  answerInfo(1, 1);
+  answerInfo(2, 1);
+  request(1);
+  lose(2);
+  a = answer();
+  EXPECT_EQ(a.text, "Lost daxo 2 while retrieving trace hit table\n");
+  EXPECT_EQ(a.result, 1);
+  EXPECT_FALSE(DaxoTraceModel::get(1).traceHitCounter.inUse);
+}
+
+}  // namespace
+}  // namespace kvn::testing
