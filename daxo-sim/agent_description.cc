@@ -173,6 +173,8 @@ AgentDescription AgentDescription::fromJson(const json& j, const std::string& ba
   if (d.attributes.size() > 0xFFFF) fail("attributes", "more than 65535 attributes");
   if (j.contains("attributeCount"))
     d.attributeCount = u16(j.at("attributeCount"), "attributeCount");
+  if (j.contains("measurements"))
+    d.measurements = MeasurementFigures::fromJson(j.at("measurements"));
   return d;
 }
 

@@ -11,6 +11,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "daxo-sim/measurement_figures.h"
+
 namespace kvn::daxosim {
 
 class AgentDescription {
@@ -58,6 +60,8 @@ class AgentDescription {
   std::optional<uint16_t> attributeCount;
   // The agent's own mailbox name; empty means one derived from the number.
   std::string mailboxName;
+  // What the measurement function reports.
+  MeasurementFigures measurements;
 };
 
 }  // namespace kvn::daxosim

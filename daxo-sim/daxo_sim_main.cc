@@ -7,6 +7,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <algorithm>
 #include <chrono>
 
 #include <memory>
@@ -18,6 +19,7 @@
 #include "daxo-sim/handler_registry.h"
 #include "daxo-sim/journal.h"
 #include "daxo-sim/journal_only_handler.h"
+#include "daxo-sim/measurements_handler.h"
 #include "daxo-sim/trace_mask_handler.h"
 #include "daxo-sim/utrace_config_handler.h"
 
@@ -143,10 +145,16 @@ int main(int argc, char** argv) {
                  std::make_unique<kvn::daxosim::TraceMaskHandler>(confirms));
     handlers.add(kvn::daxosim::UtraceConfigHandler::kImplementsCode,
                  std::make_unique<kvn::daxosim::UtraceConfigHandler>(confirms));
+    auto measurements =
+        std::make_unique<kvn::daxosim::MeasurementsHandler>(description.measurements, *journal);
+    kvn::daxosim::MeasurementsHandler& measuring = *measurements;
+    handlers.add(kvn::daxosim::MeasurementsHandler::kImplementsCode, std::move(measurements));
     handlers.deployAll(description);
-    options.tick = [&confirms] {
+    options.tick = [&confirms, &measuring] {
       confirms.sendDue();
-      return confirms.msUntilNext();
+      measuring.sendDue();
+      const long a = confirms.msUntilNext(), b = measuring.msUntilNext();
+      return a < 0 ? b : b < 0 ? a : std::min(a, b);
     };
 
     struct sigaction sa;
