@@ -78,7 +78,8 @@ bool TestSystem::startService(std::vector<std::string> options) {
   return true;
 }
 
-void TestSystem::describeAgent(int number, const std::string& moreRoutines) {
+void TestSystem::describeAgent(int number, const std::string& moreRoutines,
+                               const std::string& moreFields) {
   std::ostringstream d;
   d << R"({"connect": "version", "version": 2, "bbmHwNumber": )" << number
     << R"(, "instanceName": "MOKA", "domainDaxoIndex": )" << number
@@ -86,7 +87,8 @@ void TestSystem::describeAgent(int number, const std::string& moreRoutines) {
     << R"(", "lmcPath": ")" << containerFile()
     << R"(", "routines": [{"routineId": 40, "implements": "traceObjectManager"},)"
     << R"( {"routineId": 41, "implements": "uniqueTraceManager"})"
-    << (moreRoutines.empty() ? "" : ", " + moreRoutines) << "]}";
+    << (moreRoutines.empty() ? "" : ", " + moreRoutines) << "]"
+    << (moreFields.empty() ? "" : ", " + moreFields) << "}";
   write(agentFile(number), d.str());
 }
 

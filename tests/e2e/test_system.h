@@ -32,8 +32,10 @@ class TestSystem {
   Process& service() { return *service_; }
 
   // The description of agent `number`, with `moreRoutines` (JSON objects, comma-separated)
-  // after its two routines; written to `agentFile(number)`, which startAgent reads.
-  void describeAgent(int number, const std::string& moreRoutines);
+  // after its two routines and `moreFields` (comma-separated "key": value pairs) after those;
+  // written to `agentFile(number)`, which startAgent reads.
+  void describeAgent(int number, const std::string& moreRoutines,
+                     const std::string& moreFields = "");
   std::string agentFile(int number) const;
   std::string containerFile() const { return dir_.file("agents.lmc"); }
 
