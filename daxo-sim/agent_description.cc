@@ -234,6 +234,8 @@ AgentDescription AgentDescription::fromJson(const json& j, const std::string& ba
   if (j.contains("attributeCount"))
     d.attributeCount = u16(j.at("attributeCount"), "attributeCount");
   if (j.contains("superTrace")) d.superTrace = SuperTraceSettings::fromJson(j.at("superTrace"));
+  if (j.contains("measurements"))
+    d.measurements = MeasurementFigures::fromJson(j.at("measurements"));
   return d;
 }
 

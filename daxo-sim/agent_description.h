@@ -11,6 +11,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "daxo-sim/measurement_figures.h"
 #include "daxo-sim/super_trace_settings.h"
 
 namespace kvn::daxosim {
@@ -92,6 +93,8 @@ class AgentDescription {
   SuperTraceSettings superTrace;
   TraceDest traceDest;
   HitCounterTable traceHitCounter;
+  // What the measurement function reports.
+  MeasurementFigures measurements;
 };
 
 }  // namespace kvn::daxosim

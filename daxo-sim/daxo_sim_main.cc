@@ -20,6 +20,7 @@
 #include "daxo-sim/handler_registry.h"
 #include "daxo-sim/journal.h"
 #include "daxo-sim/journal_only_handler.h"
+#include "daxo-sim/measurements_handler.h"
 #include "daxo-sim/memory_buffer_handler.h"
 #include "daxo-sim/register_manager_handler.h"
 #include "daxo-sim/simulated_buffer.h"
@@ -197,11 +198,19 @@ int main(int argc, char** argv) {
         std::make_unique<kvn::daxosim::TraceHitCounterHandler>(description.traceHitCounter));
     handlers.add(kvn::daxosim::RegisterManagerHandler::kImplementsCode,
                  std::make_unique<kvn::daxosim::RegisterManagerHandler>());
+    auto measurements =
+        std::make_unique<kvn::daxosim::MeasurementsHandler>(description.measurements, *journal);
+    kvn::daxosim::MeasurementsHandler& measuring = *measurements;
+    handlers.add(kvn::daxosim::MeasurementsHandler::kImplementsCode, std::move(measurements));
     handlers.deployAll(description);
-    options.tick = [&confirms, &superTraceRoutine] {
+    // The sooner of the waits of what runs on timers: held confirms, the buffer, measurements.
+    options.tick = [&confirms, &superTraceRoutine, &measuring] {
       confirms.sendDue();
-      const long a = confirms.msUntilNext(), b = superTraceRoutine.advance();
-      return a < 0 ? b : b < 0 ? a : std::min(a, b);
+      measuring.sendDue();
+      long next = confirms.msUntilNext();
+      for (const long w : {superTraceRoutine.advance(), measuring.msUntilNext()})
+        if (w >= 0 && (next < 0 || w < next)) next = w;
+      return next;
     };
 
     struct sigaction sa;

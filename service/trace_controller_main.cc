@@ -13,6 +13,9 @@
 #include "service/datapath/super_trace.h"
 #include "service/datapath/trace_data_path_connect_hooks.h"
 #include "service/datapath/trace_destination_store.h"
+#include "service/measurements/cm_pool_usage_cmd_parser.h"
+#include "service/measurements/dsp_load_cmd_parser.h"
+#include "service/measurements/dsp_load_controller.h"
 #include "service/measurements/echo_cmd_parser.h"
 #include "service/measurements/hw_config_cmd_parser.h"
 #include "service/measurements/trace_hit_counter_cmd_parser.h"
@@ -123,6 +126,8 @@ int main(int argc, char** argv) {
     zorf->addSubcommand(std::make_shared<kvn::LogCmdParser>());
     auto zomlek = std::make_shared<kvn::CmdParser>("zomlek", "Base band capacity session.");
     cmdSessionFactory->addRootParser(zomlek);
+    zomlek->addSubcommand(std::make_shared<kvn::DspLoadCmdParser>());
+    zomlek->addSubcommand(std::make_shared<kvn::CmPoolUsageCmdParser>());
 
     mainloop.setDispatcher(kBaseSignalNo,
                            [&routineTable](pxm_mbox_id_t sender, pxm_msg*& msg, size_t size) {
@@ -133,6 +138,8 @@ int main(int argc, char** argv) {
     routineTable.allocate(connectClient, kvn::DaxoConnectClient::kInitialConnectRoutine);
     routineTable.allocate(std::make_shared<kvn::RoutineProxy>(connectClient.get()),
                           kvn::DaxoConnectClient::kVersionConnectRoutine);
+    routineTable.allocate(std::make_shared<kvn::DspLoadController>(),
+                          kvn::DspLoadController::kRoutineId);
     routineTable.allocate(cmdSessionFactory, 1);
     routineTable.allocate(agentServicePublisher);
     routineTable.allocate(connectionMonitor);

@@ -19,7 +19,7 @@ TEST_F(EchoCmdSessionTest, TextArrivesInItsOwnOrderPaddedToWholeWords) {
     const Answer a = command(parser, {text});
     EXPECT_EQ(a.text, "");
     EXPECT_EQ(a.result, 0);
-    const FakePxm::Sent m = request(1);
+    const FakePxm::Sent m = expectRequest(1);
     EXPECT_EQ(m.dstRoutineId, kObjectRoutine);
     EXPECT_EQ(m.submsgno, 2);
     const size_t words = (text.size() + 1) / 2;

@@ -19,7 +19,7 @@ TEST_F(HwConfigCmdParserTest, ValuesInAnyBaseReachTheAgentAndBadOnesNever) {
   for (const auto& [text, value] : std::vector<std::pair<std::string, uint32_t>>{
            {"0xffff0000", 0xFFFF0000u}, {"5", 5}, {"05", 5}, {"010", 8}, {"4294967295", ~0u}}) {
     command(parser, {"set", "espmask", text});
-    const FakePxm::Sent req = request(1);
+    const FakePxm::Sent req = expectRequest(1);
     EXPECT_EQ(req.size, 18u);
     EXPECT_EQ(req.submsgno, kSetReq);
     EXPECT_EQ(req.be16(12), 3);
@@ -49,8 +49,8 @@ TEST_F(HwConfigCmdParserTest, GetTellsWhatTheAgentsConfirmed) {
             "The register value on daxo 2 is 0x00000000\n");
 
   command(parser, {"set", "dqsmask", "0xabc"});
-  const FakePxm::Sent one = request(1);
-  request(2);
+  const FakePxm::Sent one = expectRequest(1);
+  expectRequest(2);
   // Nothing is remembered before the agent confirms.
   EXPECT_EQ(DaxoTraceModel::get(1).rttManager.registers[0], 0xFFFFFFFFu);
   reply(1, one, kSetCfm);

@@ -1,10 +1,12 @@
 #pragma once
-// Test support of the measurement commands: the agents of the log command tests with a hit
-// counter and a register manager besides, and the agent's side of a request by hand.
+// Test support of the measurement commands: the agents of the log command tests with the
+// measurement functions besides (hit counter and register manager; DSP load and CM pool on one
+// routine), whose requests the test reads and answers by hand.
 
 #include <stdint.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,8 +19,10 @@ namespace kvn::testing {
 class MeasurementTestFixture : public LogTestFixture {
  protected:
   static constexpr uint16_t kRttRoutine = 30;
+  static constexpr uint16_t kMeasurementRoutine = 31;
   static constexpr uint16_t kHitCounterRoutine = 32;
 
+  // An agent with a hit counter and a register manager.
   DaxoRecord& addMeasuredAgent(uint16_t n, uint32_t version = 3) {
     DaxoRecord& r = addAgent(n, Agent{});
     r.version = version;
@@ -28,6 +32,16 @@ class MeasurementTestFixture : public LogTestFixture {
         std::make_shared<TraceHitCounterProxy>(&table, r.mailbox, kHitCounterRoutine, lost);
     r.rttManager.id = kRttRoutine;
     r.rttManager.proxy = std::make_shared<RttProxy>(&table, r.mailbox, kRttRoutine, lost);
+    return r;
+  }
+
+  // An agent with the DSP load and CM pool function.
+  DaxoRecord& addMeasuringAgent(uint16_t n) {
+    DaxoRecord& r = addAgent(n, Agent{});
+    const kvntrace::EventId lost = r.lostEvent->getId();
+    r.dspLoad.id = r.cmPool.id = kMeasurementRoutine;
+    r.dspLoad.proxy = std::make_shared<DspLoadProxy>(&table, r.mailbox, kMeasurementRoutine, lost);
+    r.cmPool.proxy = std::make_shared<CmPoolProxy>(&table, r.mailbox, kMeasurementRoutine, lost);
     return r;
   }
 
@@ -43,20 +57,24 @@ class MeasurementTestFixture : public LogTestFixture {
     return answer();
   }
 
+  // The next request that reached agent `n`, if any.
+  std::optional<FakePxm::Sent> request(uint16_t n) { return pxm.popSent(agentMailbox[n]); }
   // The next request that reached agent `n`; fails the test when there is none.
-  FakePxm::Sent request(uint16_t n) {
-    std::optional<FakePxm::Sent> m = pxm.popSent(agentMailbox[n]);
+  FakePxm::Sent expectRequest(uint16_t n) {
+    std::optional<FakePxm::Sent> m = request(n);
     if (!m) {
       ADD_FAILURE() << "no request reached agent " << n;
       return {};
     }
     return *m;
   }
-  // The agent answers `req` under `submsgno` with a body in network order.
-  void reply(uint16_t n, const FakePxm::Sent& req, uint16_t submsgno,
-             const std::vector<uint8_t>& body = {}) {
+  // The agent answers `req` under `submsgno` with a body in network order; gives what the front
+  // end got so far.
+  Answer reply(uint16_t n, const FakePxm::Sent& req, uint16_t submsgno,
+               const std::vector<uint8_t>& body = {}) {
     pxm.injectObs(agentMailbox[n], req.srcRoutineId, req.dstRoutineId, submsgno, body);
     LogTestFixture::run();
+    return answer();
   }
 
   static void be16(std::vector<uint8_t>& b, uint16_t v) {

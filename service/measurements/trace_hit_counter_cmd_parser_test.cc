@@ -32,7 +32,7 @@ TEST_F(TraceHitCounterCmdParserTest, ClearWaitsForEveryAgentAndRefusesAgentsInUs
   addMeasuredAgent(2);
   // A read holds agent 1: nothing is cleared on either agent.
   command(parser, {"read", "1"});
-  request(1);  // its info request stays unanswered
+  expectRequest(1);  // its info request stays unanswered
   Answer a = command(parser, {"clear", "*"});
   EXPECT_EQ(a.text, "Trace hit counter is already in use on daxo 1\n");
   EXPECT_EQ(a.result, 1);
@@ -42,7 +42,7 @@ TEST_F(TraceHitCounterCmdParserTest, ClearWaitsForEveryAgentAndRefusesAgentsInUs
   DaxoTraceModel::get(1).traceHitCounter.inUse = false;
 
   command(parser, {"clear", "*"});
-  const FakePxm::Sent clear = request(1);
+  const FakePxm::Sent clear = expectRequest(1);
   EXPECT_EQ(clear.submsgno, kClearReq);
   reply(1, clear, kClearCfm);
   lose(2);

@@ -40,7 +40,7 @@ class TraceHitCounterReadTest : public MeasurementTestFixture {
 
   void answerInfo(uint16_t n, uint32_t entries, uint32_t droppedHits = 0,
                   uint32_t droppedStrids = 0) {
-    const FakePxm::Sent req = request(n);
+    const FakePxm::Sent req = expectRequest(n);
     ASSERT_EQ(req.submsgno, kInfoReq);
     std::vector<uint8_t> body;
     for (uint32_t v : {droppedHits, droppedStrids, 0u, entries}) be32(body, v);
@@ -49,7 +49,7 @@ class TraceHitCounterReadTest : public MeasurementTestFixture {
   // Answers the one data request in flight with `count` rows claimed and `rows` carried; gives
   // the index that was asked for.
   int answerData(uint16_t n, uint16_t firstIndex, const std::vector<Row>& rows, int count = -1) {
-    const FakePxm::Sent req = request(n);
+    const FakePxm::Sent req = expectRequest(n);
     EXPECT_EQ(pxm.queued(agentMailbox[n]), 0u) << "more than one request in flight";
     EXPECT_EQ(req.submsgno, kDataReq);
     std::vector<uint8_t> body;
@@ -137,7 +137,7 @@ TEST_F(TraceHitCounterReadTest, LossEndsTheCommandWithWhatWasCollected) {
   command(parser, {"read", "*"});
   answerInfo(1, 1);
   answerInfo(2, 1);
-  request(1);
+  expectRequest(1);
   lose(2);
   a = answer();
   EXPECT_EQ(a.text, "Lost daxo 2 while retrieving trace hit table\n");
