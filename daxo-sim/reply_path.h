@@ -23,10 +23,6 @@ class ReplyPath {
 
   // Sends `body` (already in network order) under sub-message number `submsgno`.
   void send(uint16_t submsgno, const std::vector<uint8_t>& body) const;
-  // The path to another routine of the same peer, from the same own routine.
-  ReplyPath toRoutine(uint16_t peerRoutine) const {
-    return ReplyPath(transport_, peerMailbox_, peerRoutine, ownRoutine_);
-  }
 
   uint32_t peerMailbox() const { return peerMailbox_; }
   uint16_t peerRoutine() const { return peerRoutine_; }
