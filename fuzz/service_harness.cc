@@ -2,8 +2,10 @@
 
 #include <stdlib.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 
 #include "service/agents/daxo_connect_client.h"
@@ -32,9 +34,10 @@ const std::string& logDir() {
   static const std::string dir = [] {
     char name[] = "/tmp/kvn-fuzz-XXXXXX";
     const char* made = mkdtemp(name);
-    const std::string path = made ? made : "/tmp";
-    setenv("LOG_DIR", path.c_str(), 1);
-    return path;
+    if (!made) return std::string("/tmp");
+    setenv("LOG_DIR", made, 1);
+    std::atexit([] { rmdir(getenv("LOG_DIR")); });
+    return std::string(made);
   }();
   return dir;
 }
