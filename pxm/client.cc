@@ -360,6 +360,12 @@ void Client::sort(const FrameHeader& header, const char* body) {
       inboxes_[p.owner].mailboxes.push_back(p.value);
     }
   }
+  if (header.type == kError) {
+    // The hub cuts this process off and says why; the end of the stream follows.
+    const std::string why(body, len);
+    if (!broken_.exchange(true)) std::fprintf(stderr, "pxm: cut off by the hub: %s\n", why.c_str());
+    return;
+  }
   // Anything else is from a newer hub, and not for us.
 }
 

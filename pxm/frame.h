@@ -34,6 +34,7 @@ enum FrameType : uint16_t {
   // Hub to process.
   kReply = 64,    // {u32 req, u32 value, data bytes}
   kDeliver = 65,  // Route, message bytes
+  kError = 66,    // text: why the hub cuts the process off; the connection closes after it
   // Reserved for the name service: 256 to 511, process to hub.
   kNameServiceFirst = 256,
   kNameServiceLast = 511,

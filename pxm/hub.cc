@@ -37,16 +37,16 @@ const char* describe(FrameReader::Status status) {
 
 }  // namespace
 
-Hub::Hub(int listenFd, int stopFd)
+Hub::Hub(int listenFd, int stopFd, HubLimits limits)
     : listen_(listenFd),
       stop_(stopFd),
       nextConn_(kFirstConn),
       directory_([this](MailboxDirectory::ConnId to, std::vector<char>&& frame) {
         deliver(to, std::move(frame));
       }),
-      names_(directory_, [this](MailboxDirectory::ConnId to, std::vector<char>&& frame) {
-        deliver(to, std::move(frame));
-      }) {
+      names_(directory_, [this](MailboxDirectory::ConnId to,
+                                std::vector<char>&& frame) { deliver(to, std::move(frame)); }),
+      limits_(limits) {
   epoll_ = ::epoll_create1(EPOLL_CLOEXEC);
   spare_ = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
   epoll_event ev{};
@@ -59,6 +59,7 @@ Hub::Hub(int listenFd, int stopFd)
 
 Hub::~Hub() {
   conns_.clear();
+  lingering_.clear();
   if (spare_ >= 0) ::close(spare_);
   if (epoll_ >= 0) ::close(epoll_);
   ::close(listen_);
@@ -72,7 +73,8 @@ int Hub::run() {
   epoll_event events[kMaxEvents];
   bool stop = false;
   while (!stop) {
-    const int n = ::epoll_wait(epoll_, events, kMaxEvents, -1);
+    // Wakes now and then while a process cut off has its last frame to read.
+    const int n = ::epoll_wait(epoll_, events, kMaxEvents, lingering_.empty() ? -1 : 100);
     if (n < 0) {
       if (errno == EINTR) continue;
       CPMUTIL_LOG_ERROR("pxmd: epoll_wait failed: %s", strerror(errno));
@@ -88,6 +90,10 @@ int Hub::run() {
         stop = true;
         continue;
       }
+      if (lingering_.count(key)) {
+        serveLingering(key, events[i].events);
+        continue;
+      }
       auto it = conns_.find(key);
       if (it == conns_.end() || it->second->doomed()) continue;
       HubConnection& conn = *it->second;
@@ -99,6 +105,7 @@ int Hub::run() {
     }
     flushDirty();
     closeDoomed();
+    expireLingering();
   }
   CPMUTIL_LOG_INFO("pxmd: stopping, %zu processes attached", conns_.size());
   return 0;
@@ -205,6 +212,12 @@ bool Hub::handleFrame(HubConnection& conn, const FrameHeader& header, const char
       const size_t nameLength = loadU32(body + 4);
       if (nameLength > kMaxNameLength || len < 8 + nameLength + kMinMessage) return false;
       const char* message = body + 8 + nameLength;
+      const std::string_view name(body + 8, nameLength);
+      if (directory_.owns(self, requester) &&
+          directory_.locate(name) == MailboxDirectory::kNoMailbox &&
+          directory_.pendingLocatesOf(self) >= limits_.pendingLocates)
+        return overLimit(conn, "went beyond its limit of " +
+                                   std::to_string(limits_.pendingLocates) + " pending locates");
       directory_.locateAsync(
           self, requester, std::string_view(body + 8, nameLength),
           makeDeliverFrame(requester, MailboxDirectory::kNoMailbox, message, len - 8 - nameLength));
@@ -223,6 +236,9 @@ bool Hub::handleFrame(HubConnection& conn, const FrameHeader& header, const char
       if (len < 12 + kMinMessage) return false;
       const uint32_t watcher = loadU32(body + 4);
       const uint32_t watched = loadU32(body + 8);
+      if (directory_.monitorsOf(self) >= limits_.monitors)
+        return overLimit(
+            conn, "went beyond its limit of " + std::to_string(limits_.monitors) + " monitors");
       return directory_.monitor(self, loadU32(body), watcher, watched,
                                 makeDeliverFrame(watcher, watched, body + 12, len - 12));
     }
@@ -268,8 +284,9 @@ void Hub::deliver(MailboxDirectory::ConnId to, std::vector<char>&& frame) {
 void Hub::enqueue(HubConnection& conn, std::vector<char>&& frame) {
   if (conn.doomed()) return;
   conn.out().push(std::move(frame));
-  if (conn.out().bytes() > kMaxBacklog) {
-    cutOff(conn, "does not read its messages");
+  if (conn.out().bytes() > limits_.queuedBytes) {
+    overLimit(conn, "went beyond its limit of " + std::to_string(limits_.queuedBytes) +
+                        " bytes queued unread");
     return;
   }
   if (!conn.dirty()) {
@@ -284,6 +301,20 @@ void Hub::cutOff(HubConnection& conn, const char* why) {
                     static_cast<unsigned long long>(conn.id()), why);
   conn.doom();
   doomed_.push_back(conn.id());
+}
+
+bool Hub::overLimit(HubConnection& conn, const std::string& why) {
+  if (conn.doomed()) return false;
+  cutOff(conn, why.c_str());
+  // What waits for it is of no use any more; the reason goes after a frame already begun.
+  conn.out().dropUnstarted();
+  std::vector<char> frame(sizeof(FrameHeader) + why.size());
+  const FrameHeader header{static_cast<uint32_t>(why.size()), kError, 0};
+  std::memcpy(frame.data(), &header, sizeof header);
+  std::memcpy(frame.data() + sizeof header, why.data(), why.size());
+  conn.out().push(std::move(frame));
+  conn.setFarewell();
+  return false;
 }
 
 void Hub::flushDirty() {
@@ -317,13 +348,71 @@ void Hub::closeDoomed() {
     for (uint64_t id : batch) {
       auto node = conns_.extract(id);
       if (node.empty()) continue;
-      ::epoll_ctl(epoll_, EPOLL_CTL_DEL, node.mapped()->fd(), nullptr);
       // Gone from conns_ first, so that its mailboxes' monitors do not write to it.
       names_.connectionGone(id);
       directory_.removeAll(id);
+      std::unique_ptr<HubConnection>& conn = node.mapped();
+      if (conn->farewell()) {
+        linger(std::move(conn));
+        continue;
+      }
+      ::epoll_ctl(epoll_, EPOLL_CTL_DEL, conn->fd(), nullptr);
     }
     // Monitors fired by those deaths go out now.
     flushDirty();
+  }
+}
+
+void Hub::linger(std::unique_ptr<HubConnection> conn) {
+  const bool pending = conn->out().flush(conn->fd()) == OutQueue::Result::kPending;
+  epoll_event ev{};
+  ev.events = pending ? (EPOLLIN | EPOLLOUT) : EPOLLIN;
+  ev.data.u64 = conn->id();
+  ::epoll_ctl(epoll_, EPOLL_CTL_MOD, conn->fd(), &ev);
+  const uint64_t id = conn->id();
+  lingering_[id] = Lingering{std::move(conn), std::chrono::steady_clock::now() + kFarewellTime};
+}
+
+void Hub::serveLingering(uint64_t key, uint32_t events) {
+  auto it = lingering_.find(key);
+  HubConnection& conn = *it->second.conn;
+  bool done = false;
+  if (events & EPOLLOUT) {
+    const OutQueue::Result result = conn.out().flush(conn.fd());
+    if (result == OutQueue::Result::kDrained) {
+      epoll_event ev{};
+      ev.events = EPOLLIN;
+      ev.data.u64 = key;
+      ::epoll_ctl(epoll_, EPOLL_CTL_MOD, conn.fd(), &ev);
+    }
+    done = result == OutQueue::Result::kError;
+  }
+  // What it still sends is read and dropped, so that its writes neither wait nor fail before
+  // it has read why.
+  if (events & (EPOLLIN | EPOLLHUP | EPOLLERR)) {
+    char scratch[16384];
+    for (;;) {
+      const ssize_t n = ::recv(conn.fd(), scratch, sizeof scratch, MSG_DONTWAIT);
+      if (n > 0) continue;
+      if (n < 0 && errno == EINTR) continue;
+      done = done || n == 0 || (errno != EAGAIN && errno != EWOULDBLOCK);
+      break;
+    }
+  }
+  if (!done) return;
+  ::epoll_ctl(epoll_, EPOLL_CTL_DEL, conn.fd(), nullptr);
+  lingering_.erase(it);
+}
+
+void Hub::expireLingering() {
+  const auto now = std::chrono::steady_clock::now();
+  for (auto it = lingering_.begin(); it != lingering_.end();) {
+    if (it->second.deadline > now) {
+      ++it;
+      continue;
+    }
+    ::epoll_ctl(epoll_, EPOLL_CTL_DEL, it->second.conn->fd(), nullptr);
+    it = lingering_.erase(it);
   }
 }
 

@@ -2,12 +2,15 @@
 // The pxmd hub: one thread, one epoll loop over the listening socket, a stop descriptor and
 // every attached process. Reads are one recv per readiness, so no peer can starve the rest;
 // writes go through each peer's OutQueue, so a slow reader delays only itself. A peer that
-// breaks the protocol, dies in the middle of a frame or lets its backlog grow past
-// kMaxBacklog is cut off, and its mailboxes die as if the process had ended.
+// breaks the protocol or dies in the middle of a frame is cut off, and its mailboxes die as if
+// the process had ended. So is one that goes beyond its HubLimits, after a kError frame that
+// says which: the hub keeps its socket a little longer, until that frame is out.
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -18,13 +21,21 @@
 
 namespace pxm {
 
+// What the hub holds for one process at most.
+struct HubLimits {
+  size_t monitors = 16384;          // monitors set and not yet fired
+  size_t pendingLocates = 4096;     // asynchronous locates waiting for their name
+  size_t queuedBytes = 256u << 20;  // bytes waiting for a process that does not read them
+};
+
 class Hub {
  public:
-  static constexpr size_t kMaxBacklog = 256u << 20;
+  // How long a process cut off for a limit has to read its kError frame.
+  static constexpr std::chrono::milliseconds kFarewellTime{2000};
 
   // Takes over `listenFd` (a listening Unix socket). The loop ends when `stopFd` becomes
   // readable; the caller keeps that one.
-  Hub(int listenFd, int stopFd);
+  Hub(int listenFd, int stopFd, HubLimits limits = HubLimits());
   ~Hub();
   Hub(const Hub&) = delete;
   Hub& operator=(const Hub&) = delete;
@@ -41,6 +52,13 @@ class Hub {
   void enqueue(HubConnection& conn, std::vector<char>&& frame);
   void deliver(MailboxDirectory::ConnId to, std::vector<char>&& frame);
   void cutOff(HubConnection& conn, const char* why);
+  // Cuts off a process that went beyond a limit, telling it why; false, to stop its frames.
+  bool overLimit(HubConnection& conn, const std::string& why);
+  // A connection cut off with a kError frame stays until the process has closed its end (or
+  // kFarewellTime is over): the frame is written, and what still comes in is dropped.
+  void linger(std::unique_ptr<HubConnection> conn);
+  void serveLingering(uint64_t key, uint32_t events);
+  void expireLingering();
   void flushDirty();
   void closeDoomed();
   void watchWrites(HubConnection& conn, bool on);
@@ -55,6 +73,12 @@ class Hub {
   std::vector<uint64_t> doomed_;
   MailboxDirectory directory_;
   NameServer names_;  // after the directory, which it reads
+  HubLimits limits_;
+  struct Lingering {
+    std::unique_ptr<HubConnection> conn;
+    std::chrono::steady_clock::time_point deadline;
+  };
+  std::unordered_map<uint64_t, Lingering> lingering_;
 };
 
 }  // namespace pxm

@@ -34,6 +34,10 @@ class HubConnection {
   bool doomed() const { return doomed_; }
   void doom() { doomed_ = true; }
 
+  // Cut off with a kError frame that is still to be written.
+  bool farewell() const { return farewell_; }
+  void setFarewell() { farewell_ = true; }
+
   // Whether the hub asked epoll to say when the socket is writable.
   bool wantsWrite() const { return wantsWrite_; }
   void setWantsWrite(bool on) { wantsWrite_ = on; }
@@ -50,6 +54,7 @@ class HubConnection {
   OutQueue out_;
   bool greeted_ = false;
   bool doomed_ = false;
+  bool farewell_ = false;
   bool wantsWrite_ = false;
   bool dirty_ = false;
 };

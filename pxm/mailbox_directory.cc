@@ -38,6 +38,7 @@ uint32_t MailboxDirectory::create(ConnId owner, std::string_view name) {
     for (PendingLocate& p : pending) {
       auto requester = mailboxes_.find(p.requester);
       if (requester != mailboxes_.end()) eraseValue(requester->second.awaiting, std::string(name));
+      locateDone(p.owner);
       setRoute(p.frame, Route{p.requester, id});
       deliver(std::move(p.frame));
     }
@@ -87,8 +88,9 @@ void MailboxDirectory::locateAsync(ConnId owner, uint32_t requester, std::string
     deliver(std::move(frame));
     return;
   }
-  locates_[std::string(name)].push_back(PendingLocate{requester, std::move(frame)});
+  locates_[std::string(name)].push_back(PendingLocate{owner, requester, std::move(frame)});
   mailboxes_.at(requester).awaiting.emplace_back(name);
+  ++held_[owner].locates;
 }
 
 bool MailboxDirectory::monitor(ConnId owner, uint32_t monitorId, uint32_t watcher, uint32_t watched,
@@ -105,11 +107,35 @@ bool MailboxDirectory::monitor(ConnId owner, uint32_t monitorId, uint32_t watche
   target->second.watchedBy.push_back(key);
   mailboxes_.at(watcher).watching.push_back(key);
   monitors_.emplace(key, Monitor{watcher, watched, std::move(frame)});
+  ++held_[owner].monitors;
   return true;
 }
 
 void MailboxDirectory::unmonitor(ConnId owner, uint32_t monitorId) {
   dropMonitor(MonitorKey{owner, monitorId});
+}
+
+size_t MailboxDirectory::monitorsOf(ConnId owner) const {
+  auto it = held_.find(owner);
+  return it == held_.end() ? 0 : it->second.monitors;
+}
+
+size_t MailboxDirectory::pendingLocatesOf(ConnId owner) const {
+  auto it = held_.find(owner);
+  return it == held_.end() ? 0 : it->second.locates;
+}
+
+void MailboxDirectory::eraseMonitor(std::map<MonitorKey, Monitor>::iterator it) {
+  auto held = held_.find(it->first.first);
+  if (held != held_.end() && --held->second.monitors == 0 && held->second.locates == 0)
+    held_.erase(held);
+  monitors_.erase(it);
+}
+
+void MailboxDirectory::locateDone(ConnId owner) {
+  auto held = held_.find(owner);
+  if (held != held_.end() && --held->second.locates == 0 && held->second.monitors == 0)
+    held_.erase(held);
 }
 
 size_t MailboxDirectory::pendingLocateCount() const {
@@ -125,7 +151,7 @@ void MailboxDirectory::dropMonitor(const MonitorKey& key) {
   if (watched != mailboxes_.end()) eraseValue(watched->second.watchedBy, key);
   auto watcher = mailboxes_.find(it->second.watcher);
   if (watcher != mailboxes_.end()) eraseValue(watcher->second.watching, key);
-  monitors_.erase(it);
+  eraseMonitor(it);
 }
 
 void MailboxDirectory::kill(uint32_t mbox) {
@@ -142,14 +168,18 @@ void MailboxDirectory::kill(uint32_t mbox) {
     if (it == monitors_.end()) continue;
     auto watched = mailboxes_.find(it->second.watched);
     if (watched != mailboxes_.end()) eraseValue(watched->second.watchedBy, key);
-    monitors_.erase(it);
+    eraseMonitor(it);
   }
   for (const std::string& name : dead.awaiting) {
     auto it = locates_.find(name);
     if (it == locates_.end()) continue;
     auto& list = it->second;
     list.erase(std::remove_if(list.begin(), list.end(),
-                              [mbox](const PendingLocate& p) { return p.requester == mbox; }),
+                              [this, mbox](const PendingLocate& p) {
+                                if (p.requester != mbox) return false;
+                                locateDone(p.owner);
+                                return true;
+                              }),
                list.end());
     if (list.empty()) locates_.erase(it);
   }
@@ -159,7 +189,7 @@ void MailboxDirectory::kill(uint32_t mbox) {
     auto it = monitors_.find(key);
     if (it == monitors_.end()) continue;
     Monitor fired = std::move(it->second);
-    monitors_.erase(it);
+    eraseMonitor(it);
     auto watcher = mailboxes_.find(fired.watcher);
     if (watcher == mailboxes_.end()) continue;
     eraseValue(watcher->second.watching, key);

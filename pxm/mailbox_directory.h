@@ -58,6 +58,10 @@ class MailboxDirectory {
   size_t mailboxCount() const { return mailboxes_.size(); }
   size_t monitorCount() const { return monitors_.size(); }
   size_t pendingLocateCount() const;
+  // What the hub holds for one connection: monitors set and not yet fired, and asynchronous
+  // locates still waiting for their name.
+  size_t monitorsOf(ConnId owner) const;
+  size_t pendingLocatesOf(ConnId owner) const;
 
  private:
   using MonitorKey = std::pair<ConnId, uint32_t>;
@@ -74,12 +78,20 @@ class MailboxDirectory {
     std::vector<char> frame;
   };
   struct PendingLocate {
+    ConnId owner;
     uint32_t requester;
     std::vector<char> frame;
+  };
+  struct Held {
+    size_t monitors = 0;
+    size_t locates = 0;
   };
 
   void kill(uint32_t mbox);
   void dropMonitor(const MonitorKey& key);
+  // Erases a monitor and its count; the mailboxes' lists are the caller's.
+  void eraseMonitor(std::map<MonitorKey, Monitor>::iterator it);
+  void locateDone(ConnId owner);
   void deliver(std::vector<char>&& frame);
 
   DeliverFn deliver_;
@@ -89,6 +101,7 @@ class MailboxDirectory {
   std::unordered_map<ConnId, std::vector<uint32_t>> owned_;
   std::map<MonitorKey, Monitor> monitors_;
   std::unordered_map<std::string, std::vector<PendingLocate>> locates_;
+  std::unordered_map<ConnId, Held> held_;
 };
 
 }  // namespace pxm

@@ -130,5 +130,38 @@ TEST_F(MailboxDirectoryTest, LocateAsyncWaitsForTheName) {
   EXPECT_EQ(out_.size(), 3u);
 }
 
+// What the hub holds for a connection is counted down on every way it ends: unmonitored, fired,
+// its watcher gone; a locate answered or its requester gone.
+TEST_F(MailboxDirectoryTest, HeldCountsFollowEveryEnd) {
+  const uint32_t w = dir_.create(1, "watcher");
+  const uint32_t w2 = dir_.create(1, "");
+  const uint32_t target = dir_.create(2, "target");
+  const uint32_t other = dir_.create(2, "other");
+  ASSERT_TRUE(dir_.monitor(1, 1, w, target, frame(1)));
+  ASSERT_TRUE(dir_.monitor(1, 2, w, other, frame(2)));
+  ASSERT_TRUE(dir_.monitor(1, 3, w2, other, frame(3)));
+  ASSERT_TRUE(dir_.monitor(1, 4, w, 999, frame(4)));  // gone already: fires, not held
+  dir_.locateAsync(1, w, "later", frame(5, w));
+  dir_.locateAsync(1, w2, "never", frame(6, w2));
+  dir_.locateAsync(1, w, "target", frame(7, w));  // there already: answered, not held
+  EXPECT_EQ(dir_.monitorsOf(1), 3u);
+  EXPECT_EQ(dir_.pendingLocatesOf(1), 2u);
+  EXPECT_EQ(dir_.monitorsOf(2), 0u);
+
+  dir_.unmonitor(1, 1);
+  dir_.remove(2, other);  // fires 2 and 3
+  EXPECT_EQ(dir_.monitorsOf(1), 0u);
+  dir_.create(3, "later");
+  EXPECT_EQ(dir_.pendingLocatesOf(1), 1u);
+  dir_.remove(1, w2);
+  EXPECT_EQ(dir_.pendingLocatesOf(1), 0u);
+
+  ASSERT_TRUE(dir_.monitor(1, 5, w, target, frame(8)));
+  dir_.locateAsync(1, w, "never", frame(9, w));
+  dir_.removeAll(1);
+  EXPECT_EQ(dir_.monitorsOf(1), 0u);
+  EXPECT_EQ(dir_.pendingLocatesOf(1), 0u);
+}
+
 }  // namespace
 }  // namespace pxm

@@ -16,6 +16,12 @@ void OutQueue::push(std::vector<char> frame) {
   frames_.push_back(std::move(frame));
 }
 
+void OutQueue::dropUnstarted() {
+  const size_t keep = offset_ > 0 ? 1 : 0;
+  while (frames_.size() > keep) frames_.pop_back();
+  bytes_ = keep ? frames_.front().size() - offset_ : 0;
+}
+
 OutQueue::Result OutQueue::flush(int fd) {
   while (!frames_.empty()) {
     iovec iov[kMaxIov];

@@ -16,6 +16,10 @@ class OutQueue {
   // Writes as much as the socket takes, several frames per call.
   Result flush(int fd);
 
+  // Drops every frame not yet begun; a frame partly written stays, so that the stream
+  // remains whole for what is pushed after it.
+  void dropUnstarted();
+
   bool empty() const { return frames_.empty(); }
   // Bytes not yet written.
   size_t bytes() const { return bytes_; }

@@ -3,6 +3,7 @@
 
 #include "pxm/pxm.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -14,6 +15,8 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -535,6 +538,25 @@ class RawClient {
     }
     return got == 16 ? loadU32(buf + 12) : 0xdeadu;
   }
+  // Reads to the end of the stream and gives the whole frames that came, in order.
+  std::vector<std::pair<uint16_t, std::string>> framesToEnd() {
+    std::string bytes;
+    char buf[65536];
+    while (waitReadable()) {
+      const ssize_t n = ::recv(fd_, buf, sizeof buf, 0);
+      if (n <= 0) break;
+      bytes.append(buf, static_cast<size_t>(n));
+    }
+    std::vector<std::pair<uint16_t, std::string>> frames;
+    for (size_t at = 0; bytes.size() - at >= sizeof(FrameHeader);) {
+      FrameHeader h;
+      std::memcpy(&h, bytes.data() + at, sizeof h);
+      if (bytes.size() - at - sizeof h < h.length) break;
+      frames.emplace_back(h.type, bytes.substr(at + sizeof h, h.length));
+      at += sizeof h + h.length;
+    }
+    return frames;
+  }
   // True when the hub closes the connection within the bound.
   bool cutOff() {
     char buf[4096];
@@ -637,6 +659,114 @@ TEST_F(PxmTest, HubGoneMakesCallsFailWithoutSpinning) {
   EXPECT_EQ(pxm_locate("test"), PXM_NO_MBOX);
   EXPECT_EQ(pxm_create_mailbox("late", 0), PXM_NO_MBOX);
   sendTo(self_, kData);  // dropped, not a crash
+}
+
+// A process that floods the hub with what it must hold (monitors, locates) or never reads what
+// comes for it is told why and cut off; two others go on exchanging messages all the while,
+// and lose none.
+TEST(PxmHubLimitsTest, OffendersAreCutOffWhileOthersGoOn) {
+  TestHub hub(PXMD_PATH, true,
+              {"--max-monitors", "64", "--max-locates", "64", "--max-queued-bytes", "1048576"});
+  ASSERT_TRUE(hub.running());
+  ASSERT_EQ(init(), 0);
+  ASSERT_NE(pxm_create_mailbox("test", 0), PXM_NO_MBOX);
+
+  ChildProcess echo([] { return echoChild("echo"); });
+  // Pings the echo with rising numbers until told to stop; each must come back, in order.
+  // Reports how many did.
+  ChildProcess pinger([] {
+    if (init() != 0 || pxm_create_mailbox("pinger", 0) == PXM_NO_MBOX) return 1;
+    const pxm_mbox_id_t to = awaitMailbox("echo");
+    uint32_t n = 0;
+    for (;;) {
+      sendTo(to, kData, n);
+      Received got(pxm_receive(nullptr, kLimitMs, PXM_FROM_ALL));
+      if (!got) return 2;
+      if (got.msgno() == kQuit) {
+        sendTo(got.sender(), kData, n);
+        pxm_exit();
+        return 0;
+      }
+      if (got.msgno() != kData || got.value() != n) return 3;
+      ++n;
+    }
+  });
+  const pxm_mbox_id_t pingerBox = awaitMailbox("pinger");
+  ASSERT_NE(pingerBox, PXM_NO_MBOX);
+
+  const std::string errFile = hub.runDir() + "/flooder.err";
+  // A child that, once told to go, does `flood` a thousand times, with its standard error
+  // kept in errFile.
+  auto flooder = [&errFile](void (*flood)(pxm_mbox_id_t test, int i)) {
+    return [flood, &errFile] {
+      const int fd = ::open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+      if (fd < 0 || ::dup2(fd, 2) < 0) return 1;
+      if (init() != 0 || pxm_create_mailbox("flooder", 0) == PXM_NO_MBOX) return 1;
+      Received go(receiveOne(kOther));
+      if (!go) return 2;
+      for (int i = 0; i < 1000; ++i) flood(go.sender(), i);
+      pxm_receive(nullptr, 500, PXM_FROM_ALL);  // the hub's last word arrives
+      return 0;
+    };
+  };
+  auto floods = [&](const char* what, void (*flood)(pxm_mbox_id_t, int), const char* error) {
+    SCOPED_TRACE(what);
+    ChildProcess child(flooder(flood));
+    const pxm_mbox_id_t box = awaitMailbox("flooder");
+    ASSERT_NE(box, PXM_NO_MBOX);
+    ASSERT_NE(pxm_monitor(box, nullptr), 0u);
+    sendTo(box, kOther);
+    Received gone(receiveOne(PXM_MBOX_GONE));
+    ASSERT_TRUE(gone) << "cut off";
+    EXPECT_EQ(gone.sender(), box);
+    EXPECT_EQ(child.wait(), 0);
+    std::ifstream in(errFile);
+    const std::string text((std::istreambuf_iterator<char>(in)), {});
+    EXPECT_NE(text.find(std::string("pxm: cut off by the hub: ") + error), std::string::npos)
+        << text;
+  };
+  floods(
+      "monitors", [](pxm_mbox_id_t test, int) { pxm_monitor(test, nullptr); },
+      "went beyond its limit of 64 monitors");
+  floods(
+      "locates",
+      [](pxm_mbox_id_t, int i) {
+        pxm_msg* msg = pxm_alloc(8, kFound);
+        pxm_locate_async(("nobody-" + std::to_string(i)).c_str(), &msg, PXM_MY_MBOX);
+      },
+      "went beyond its limit of 64 pending locates");
+
+  {
+    SCOPED_TRACE("a process that never reads");
+    RawClient sleepy(hub.socketPath());
+    sleepy.frame(kHello, {1, kProtocolVersion, 0});
+    EXPECT_EQ(sleepy.replyValue(), kProtocolVersion);
+    sleepy.frame(kCreate, {2}, "sleepy");
+    const uint32_t box = sleepy.replyValue();
+    ASSERT_NE(box, PXM_NO_MBOX);
+    ASSERT_NE(pxm_monitor(box, nullptr), 0u);
+    bool cut = false;
+    for (int i = 0; i < 200 && !cut; ++i) {
+      sendTo(box, kData, i, 64 * 1024);
+      cut = Received(receiveOne(PXM_MBOX_GONE, i < 150 ? 0 : 100)).get() != nullptr;
+    }
+    if (!cut) cut = Received(receiveOne(PXM_MBOX_GONE)).get() != nullptr;
+    ASSERT_TRUE(cut);
+    const auto frames = sleepy.framesToEnd();
+    ASSERT_FALSE(frames.empty());
+    EXPECT_EQ(frames.back().first, kError);
+    EXPECT_EQ(frames.back().second, "went beyond its limit of 1048576 bytes queued unread");
+  }
+
+  sendTo(pingerBox, kQuit);
+  Received report(receiveOne(kData));
+  ASSERT_TRUE(report);
+  EXPECT_GT(report.value(), 0u);
+  EXPECT_EQ(pinger.wait(), 0) << "every ping came back, in order";
+  expectEchoWorks(awaitMailbox("echo"));
+  sendTo(awaitMailbox("echo"), kQuit);
+  EXPECT_EQ(echo.wait(), 0);
+  pxm_exit();
 }
 
 }  // namespace

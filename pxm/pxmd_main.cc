@@ -1,6 +1,7 @@
 // pxmd: the mailbox hub of one namespace. Runs in the foreground until SIGTERM or SIGINT.
 //
-//   pxmd [--namespace NAME] [--rundir DIR]
+//   pxmd [--namespace NAME] [--rundir DIR] [--max-monitors N] [--max-locates N]
+//        [--max-queued-bytes N]
 //
 // The run directory ($PXM_RUNDIR, default /tmp/pxm) and the socket in it are private to the
 // user. A second hub for the same namespace refuses to start.
@@ -17,6 +18,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -28,10 +30,18 @@ namespace {
 
 void usage(FILE* out) {
   std::fprintf(out,
-               "usage: pxmd [--namespace NAME] [--rundir DIR]\n"
-               "  --namespace NAME  serve this namespace (default \"%s\")\n"
-               "  --rundir DIR      run directory (default $PXM_RUNDIR, else %s)\n",
-               pxm::RunDir::kDefaultNamespace, pxm::RunDir::kDefaultDir);
+               "usage: pxmd [--namespace NAME] [--rundir DIR] [--max-monitors N]\n"
+               "            [--max-locates N] [--max-queued-bytes N]\n"
+               "  --namespace NAME      serve this namespace (default \"%s\")\n"
+               "  --rundir DIR          run directory (default $PXM_RUNDIR, else %s)\n"
+               "  --max-monitors N      monitors one process may have pending (default %zu)\n"
+               "  --max-locates N       asynchronous locates one process may have waiting\n"
+               "                        (default %zu)\n"
+               "  --max-queued-bytes N  bytes that may wait for a process that does not read\n"
+               "                        them (default %zu)\n"
+               "A process that goes beyond a limit is told so and cut off.\n",
+               pxm::RunDir::kDefaultNamespace, pxm::RunDir::kDefaultDir, pxm::HubLimits().monitors,
+               pxm::HubLimits().pendingLocates, pxm::HubLimits().queuedBytes);
 }
 
 bool fail(const std::string& what) {
@@ -55,6 +65,16 @@ bool prepareDirectory(const std::string& dir) {
   if (st.st_uid != ::geteuid()) return fail(dir + " belongs to another user");
   if ((st.st_mode & 077) != 0 && ::chmod(dir.c_str(), 0700) != 0)
     return fail("cannot make " + dir + " private: " + strerror(errno));
+  return true;
+}
+
+// A positive whole number, all of the text.
+bool parseCount(const char* text, size_t* out) {
+  char* end = nullptr;
+  errno = 0;
+  const unsigned long long v = std::strtoull(text, &end, 10);
+  if (errno != 0 || end == text || *end != '\0' || v == 0 || text[0] == '-') return false;
+  *out = static_cast<size_t>(v);
   return true;
 }
 
@@ -96,8 +116,12 @@ int main(int argc, char** argv) {
   kvnCpmUtilTraceProcField = "pxmd";
   std::string ns;
   std::string dir = pxm::RunDir::directory();
+  pxm::HubLimits limits;
   static const option options[] = {{"namespace", required_argument, nullptr, 'n'},
                                    {"rundir", required_argument, nullptr, 'd'},
+                                   {"max-monitors", required_argument, nullptr, 'm'},
+                                   {"max-locates", required_argument, nullptr, 'l'},
+                                   {"max-queued-bytes", required_argument, nullptr, 'q'},
                                    {"help", no_argument, nullptr, 'h'},
                                    {nullptr, 0, nullptr, 0}};
   for (int c; (c = ::getopt_long(argc, argv, "n:d:h", options, nullptr)) != -1;) {
@@ -108,6 +132,19 @@ int main(int argc, char** argv) {
       case 'd':
         dir = optarg;
         break;
+      case 'm':
+      case 'l':
+      case 'q': {
+        size_t* limit = c == 'm'   ? &limits.monitors
+                        : c == 'l' ? &limits.pendingLocates
+                                   : &limits.queuedBytes;
+        if (!parseCount(optarg, limit)) {
+          std::fprintf(stderr, "pxmd: not a positive number: %s\n", optarg);
+          usage(stderr);
+          return 2;
+        }
+        break;
+      }
       case 'h':
         usage(stdout);
         return 0;
@@ -158,7 +195,7 @@ int main(int argc, char** argv) {
                    pxm::RunDir::namespaceName(ns.c_str()).c_str(), socketPath.c_str());
   int rc;
   {
-    pxm::Hub hub(listenFd, stopFd);
+    pxm::Hub hub(listenFd, stopFd, limits);
     rc = hub.run();
   }
   ::unlink(socketPath.c_str());

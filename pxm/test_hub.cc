@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <thread>
+#include <vector>
 
 namespace pxm::testing {
 
@@ -33,7 +34,7 @@ int removeEntry(const char* path, const struct stat*, int, FTW*) { return ::remo
 
 }  // namespace
 
-TestHub::TestHub(const std::string& pxmdPath, bool start) {
+TestHub::TestHub(const std::string& pxmdPath, bool start, const std::vector<std::string>& args) {
   const char* tmp = std::getenv("TMPDIR");
   std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/pxm-test.XXXXXX";
   if (!::mkdtemp(pattern.data())) return;
@@ -42,7 +43,10 @@ TestHub::TestHub(const std::string& pxmdPath, bool start) {
   if (!start) return;
   pid_ = ::fork();
   if (pid_ == 0) {
-    ::execl(pxmdPath.c_str(), pxmdPath.c_str(), static_cast<char*>(nullptr));
+    std::vector<char*> argv{const_cast<char*>(pxmdPath.c_str())};
+    for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+    argv.push_back(nullptr);
+    ::execv(pxmdPath.c_str(), argv.data());
     ::_exit(127);
   }
   const auto deadline = std::chrono::steady_clock::now() + kStartLimit;

@@ -6,13 +6,15 @@
 #include <sys/types.h>
 
 #include <string>
+#include <vector>
 
 namespace pxm::testing {
 
 class TestHub {
  public:
-  // `pxmdPath` is the hub program; `start` false only makes the directory.
-  explicit TestHub(const std::string& pxmdPath, bool start = true);
+  // `pxmdPath` is the hub program, started with `args`; `start` false only makes the directory.
+  explicit TestHub(const std::string& pxmdPath, bool start = true,
+                   const std::vector<std::string>& args = {});
   ~TestHub();
   TestHub(const TestHub&) = delete;
   TestHub& operator=(const TestHub&) = delete;

@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include <iomanip>
+#include <sstream>
 #include <utility>
 
 #include "service/agents/daxo_trace_model.h"
@@ -11,6 +12,7 @@
 #include "service/tracecontrol/trace_state_serializer.h"
 #include "service/tracecontrol/utrace_controller.h"
 #include "tracing/log.h"
+#include "util/print_stream.h"
 
 namespace kvn {
 
@@ -24,18 +26,27 @@ LogStatusCmdSession::LogStatusCmdSession(std::vector<uint16_t> agents, bool save
     : agents(std::move(agents)), save(save) {}
 
 void LogStatusCmdSession::start() {
-  print(render());
+  PrintStream out([this](const char* data, size_t length) {
+    printChunk(data, static_cast<uint16_t>(length), 0, 0,
+               [](KvnTraceCtrlTaviPrintCfm*&, size_t) {});
+  });
+  render(out);
+  out.finish();
   end(0);
 }
 
 std::string LogStatusCmdSession::render() {
-  out.str("");
-  out << std::left << "ok\n";
-  for (uint16_t n : agents) renderAgent(DaxoTraceModel::get(n));
+  std::ostringstream out;
+  render(out);
   return out.str();
 }
 
-void LogStatusCmdSession::renderAgent(const DaxoRecord& record) {
+void LogStatusCmdSession::render(std::ostream& out) {
+  out << std::left << "ok\n";
+  for (uint16_t n : agents) renderAgent(out, DaxoTraceModel::get(n));
+}
+
+void LogStatusCmdSession::renderAgent(std::ostream& out, const DaxoRecord& record) {
   const bool several = agents.size() > 1;
   if (several)
     out << "Agent: " << record.bbmHwNumber << ", " << record.instanceName << "/"
@@ -49,13 +60,13 @@ void LogStatusCmdSession::renderAgent(const DaxoRecord& record) {
       if (e.mask & TraceGroupTable::bit(i)) out << TraceGroupTable::name(i) << " ";
     out << "\n";
   }
-  if (save) saveAgent(record);
+  if (save) saveAgent(out, record);
   if (record.uniqueTraceManager.id < kDaxoRoutineNotDeployed)
     out << "\nUnique Trace Points" << UTraceController::statusList(record.uTracePoints);
   if (several) out << "\n\n";
 }
 
-void LogStatusCmdSession::saveAgent(const DaxoRecord& record) {
+void LogStatusCmdSession::saveAgent(std::ostream& out, const DaxoRecord& record) {
   std::ostringstream text;
   TraceStateSerializer::save(record, text);
   const std::string path = DaxoTraceModel::savedStatePath(record);

@@ -1,0 +1,183 @@
+#include "fuzz/service_harness.h"
+
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+#include "service/agents/daxo_connect_client.h"
+#include "service/agents/daxo_trace_model.h"
+#include "service/agents/info_cmd_parser.h"
+#include "service/tracecontrol/log_cmd_parser.h"
+#include "service/tracecontrol/profile_cmd_parser.h"
+#include "util/cmd_session_factory.h"
+#include "util/routine_proxy.h"
+#include "util/zorf_cmd_parser.h"
+
+namespace kvn::fuzz {
+
+namespace {
+
+using kvn::testing::FakePxm;
+
+void putBe16(std::vector<uint8_t>& m, size_t at, uint16_t v) {
+  m[at] = static_cast<uint8_t>(v >> 8);
+  m[at + 1] = static_cast<uint8_t>(v);
+}
+
+// A private directory for the saved states that `zorf log save` writes, emptied after each
+// input so that no input leaves state behind for the next.
+const std::string& logDir() {
+  static const std::string dir = [] {
+    char name[] = "/tmp/kvn-fuzz-XXXXXX";
+    const char* made = mkdtemp(name);
+    if (!made) return std::string("/tmp");
+    setenv("LOG_DIR", made, 1);
+    std::atexit([] { rmdir(getenv("LOG_DIR")); });
+    return std::string(made);
+  }();
+  return dir;
+}
+
+TraceControlConnectHooks& hooks() {
+  static TraceControlConnectHooks hooks;
+  return hooks;
+}
+
+}  // namespace
+
+const std::string& ServiceHarness::sampleLmc() {
+  static const std::string path = KVN_FUZZ_SAMPLE_LMC;
+  return path;
+}
+
+ServiceHarness::ServiceHarness() {
+  logDir();
+  DaxoTraceModel::resetAll();
+  DaxoTraceModel::addConnectHooks(&hooks());
+  loop_.setDispatcher(FakePxm::kBaseSignalNo,
+                      [this](pxm_mbox_id_t s, pxm_msg*& m, size_t n) { table_.dispatch(s, m, n); });
+  auto connectClient = std::make_shared<DaxoConnectClient>(loop_);
+  table_.allocate(connectClient, DaxoConnectClient::kInitialConnectRoutine);
+  table_.allocate(std::make_shared<RoutineProxy>(connectClient.get()),
+                  DaxoConnectClient::kVersionConnectRoutine);
+  auto factory = std::make_shared<CmdSessionFactory>();
+  auto zoth = std::make_shared<CmdParser>("zoth", "Base band trace session.");
+  factory->addRootParser(zoth);
+  zoth->addSubcommand(std::make_shared<InfoCmdParser>());
+  zoth->addSubcommand(std::make_shared<ProfileCmdParser>());
+  auto zorf = std::make_shared<ZorfCmdParser>("zorf", "Base band trace & error.");
+  factory->addRootParser(zorf);
+  zorf->addSubcommand(std::make_shared<LogCmdParser>());
+  table_.allocate(factory, 1);
+  frontEnd_ = pxm_.createPeer("kvnsh");
+}
+
+ServiceHarness::~ServiceHarness() {
+  DaxoTraceModel::resetAll();
+  DaxoTraceModel::removeConnectHooks(&hooks());
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator(logDir(), ignored))
+    std::filesystem::remove(entry.path(), ignored);
+}
+
+void ServiceHarness::connectSampleAgent(uint16_t number) {
+  struct Attr {
+    uint16_t routine, type, value[2];
+  };
+  // Every function the service knows, as the simulator's full agent deploys them.
+  const Attr attrs[] = {{10, 0, {4, 0}},  {11, 0, {9, 0}},  {12, 0, {6, 0}},  {20, 0, {8, 0}},
+                        {20, 3, {1, 6}},  {30, 0, {10, 0}}, {31, 0, {11, 0}}, {32, 0, {13, 0}},
+                        {40, 0, {14, 0}}, {41, 0, {15, 0}}, {42, 0, {16, 0}}};
+  const size_t count = sizeof attrs / sizeof attrs[0];
+  std::vector<uint8_t> m(318 + 10 * count + 2, 0);
+  putBe16(m, 4, DaxoConnectClient::kVersionConnectRoutine);
+  m[15] = 2;  // version
+  memcpy(&m[16], "MOKA", 4);
+  memcpy(&m[36], "daxo_dsp", 8);
+  memcpy(&m[56], sampleLmc().data(), std::min<size_t>(sampleLmc().size(), 255));
+  putBe16(m, 312, 1);
+  putBe16(m, 314, number);
+  putBe16(m, 316, static_cast<uint16_t>(count));
+  for (size_t i = 0; i < count; ++i) {
+    putBe16(m, 318 + 10 * i, attrs[i].routine);
+    putBe16(m, 320 + 10 * i, attrs[i].type);
+    putBe16(m, 322 + 10 * i, attrs[i].value[0]);
+    putBe16(m, 324 + 10 * i, attrs[i].value[1]);
+  }
+  const pxm_mbox_id_t agent = newAgentMailbox("daxo-" + std::to_string(number));
+  agents_.push_back(agent);
+  injectFrom(agent, m.data(), m.size());
+  settle();
+}
+
+void ServiceHarness::injectFrom(pxm_mbox_id_t from, const uint8_t* bytes, size_t size) {
+  if (size < 12) return;
+  if (from != frontEnd_ && std::find(agents_.begin(), agents_.end(), from) == agents_.end())
+    agents_.push_back(from);
+  pxm_msg* msg = pxm_.alloc(size, FakePxm::kBaseSignalNo);
+  memcpy(reinterpret_cast<uint8_t*>(msg) + 4, bytes + 4, size - 4);
+  pxm_.inject(msg, from);
+}
+
+void ServiceHarness::settle() {
+  do {
+    pxm_.runUntilIdle(loop_);
+    while (auto m = pxm_.popSent(frontEnd_)) {
+      switch (m->submsgno) {
+        case 5:
+          ++answer_.accepted;
+          break;
+        case 6:
+          ++answer_.refused;
+          break;
+        case 7:
+          ++answer_.ended;
+          break;
+        case 8:
+          ++answer_.texts;
+          pxm_.injectObs(frontEnd_, m->srcRoutineId, kFrontEndRoutine, 8,
+                         {m->bytes.at(12), m->bytes.at(13)});
+          break;
+        default:
+          break;
+      }
+    }
+  } while (confirmAgents() || pxm_.queued(pxm_.own()) > 0);
+}
+
+bool ServiceHarness::confirmAgents() {
+  bool any = false;
+  for (pxm_mbox_id_t agent : agents_) {
+    while (auto m = pxm_.popSent(agent)) {
+      if (m->size < 12) continue;
+      pxm_.injectObs(agent, m->srcRoutineId, m->dstRoutineId,
+                     static_cast<uint16_t>(m->submsgno + 1));
+      any = true;
+    }
+  }
+  return any;
+}
+
+ServiceHarness::Answer ServiceHarness::takeAnswer() {
+  Answer a = answer_;
+  answer_ = Answer();
+  return a;
+}
+
+void ServiceHarness::kill(pxm_mbox_id_t mbox) {
+  pxm_.kill(mbox);
+  settle();
+}
+
+size_t ServiceHarness::usedSlots() const {
+  size_t n = 0;
+  for (uint16_t id = 0; id < RoutineTable::kSize; ++id)
+    if (table_.get(id)) ++n;
+  return n;
+}
+
+}  // namespace kvn::fuzz
