@@ -27,13 +27,18 @@ function(kvn_program_path var target)
     set(${var} "$<TARGET_FILE:${target}>" PARENT_SCOPE)
     return()
   endif()
-  list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " launcher)
   set(script "${CMAKE_BINARY_DIR}/emulated/${target}")
+  set(${var} "${script}" PARENT_SCOPE)
+  get_property(made GLOBAL PROPERTY kvn_emulated_${target})
+  if(made)
+    return()
+  endif()
+  set_property(GLOBAL PROPERTY kvn_emulated_${target} TRUE)
+  list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " launcher)
   file(GENERATE OUTPUT "${script}"
        CONTENT "#!/bin/sh\nexec ${launcher} \"$<TARGET_FILE:${target}>\" \"$@\"\n"
        FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
                         WORLD_READ WORLD_EXECUTE)
-  set(${var} "${script}" PARENT_SCOPE)
 endfunction()
 
 # kvn_unit_sources(VAR): the library sources of the current directory, that is every *.cc that

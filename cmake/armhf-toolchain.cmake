@@ -7,10 +7,12 @@ set(CMAKE_SYSTEM_PROCESSOR arm)
 if(NOT KVN_ARMHF_SYSROOT)
   set(KVN_ARMHF_SYSROOT "$ENV{KVN_ARMHF_SYSROOT}")
 endif()
-if(NOT KVN_ARMHF_SYSROOT OR NOT EXISTS "${KVN_ARMHF_SYSROOT}/usr/include")
+# Kept absolute in the cache: CMake re-runs itself from the build directory.
+get_filename_component(KVN_ARMHF_SYSROOT "${KVN_ARMHF_SYSROOT}" ABSOLUTE)
+if(NOT EXISTS "${KVN_ARMHF_SYSROOT}/usr/include")
   message(FATAL_ERROR "KVN_ARMHF_SYSROOT must name an armhf sysroot (scripts/armhf-sysroot DIR)")
 endif()
-get_filename_component(KVN_ARMHF_SYSROOT "${KVN_ARMHF_SYSROOT}" ABSOLUTE)
+set(KVN_ARMHF_SYSROOT "${KVN_ARMHF_SYSROOT}" CACHE PATH "armhf sysroot (scripts/armhf-sysroot)" FORCE)
 # try_compile projects read the toolchain file again; they need the sysroot too.
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KVN_ARMHF_SYSROOT)
 
