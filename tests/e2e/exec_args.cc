@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
+#include <fstream>
 #include <iterator>
 #include <sstream>
 
@@ -25,6 +27,22 @@ std::string onPath(const std::string& name) {
   return name;
 }
 
+// The ELF header's class, byte order and machine; empty for a file that is no ELF program.
+std::string elfMachine(const std::string& path) {
+  static constexpr char kMagic[] = {0x7f, 'E', 'L', 'F'};
+  char head[20];
+  std::ifstream in(path, std::ios::binary);
+  if (!in.read(head, sizeof head) || std::memcmp(head, kMagic, sizeof kMagic) != 0) return {};
+  return std::string(head + 4, 2) + std::string(head + 18, 2);
+}
+
+// The programs this tree builds are of the machine this test runs on; host tools (lttng) and
+// scripts are not, and run as they stand.
+bool builtHere(const std::string& program) {
+  static const std::string self = elfMachine("/proc/self/exe");
+  return !self.empty() && elfMachine(program) == self;
+}
+
 }  // namespace
 
 ExecArgs::ExecArgs(const std::string& program, std::vector<std::string> args,
@@ -43,7 +61,7 @@ ExecArgs::ExecArgs(const std::string& program, std::vector<std::string> args,
   const char* launcher = std::getenv(kLauncherVariable);
   std::istringstream words(launcher ? launcher : "");
   std::vector<std::string> prefix{std::istream_iterator<std::string>(words), {}};
-  if (!prefix.empty()) {
+  if (!prefix.empty() && builtHere(program)) {
     path_ = onPath(prefix.front());
     args_.insert(args_.begin(), prefix.begin(), prefix.end());
   }

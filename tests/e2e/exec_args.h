@@ -10,7 +10,8 @@ namespace kvn::e2e {
 // child only calls execve. The environment is this process's, with `env` added or replacing.
 //
 // When KVN_E2E_LAUNCHER is set (the cross build's tests: "qemu-arm -L <sysroot>"), its words
-// come before the program, and path() is the launcher's.
+// come before a program of this test's own machine, and path() is the launcher's. Other
+// programs, the host's tools, run as they stand.
 class ExecArgs {
  public:
   ExecArgs(const std::string& program, std::vector<std::string> args,

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <optional>
 
 namespace kvn::e2e {
@@ -15,24 +17,33 @@ std::vector<std::string> strings(char* const* v) {
   return out;
 }
 
-TEST(ExecArgsTest, LauncherWordsGoBeforeTheProgramAndItsPathIsSearched) {
+TEST(ExecArgsTest, LauncherGoesBeforeProgramsOfThisMachineOnly) {
   const char* old = std::getenv(ExecArgs::kLauncherVariable);
   const std::optional<std::string> saved = old ? std::optional<std::string>(old) : std::nullopt;
+  const std::string self = "/proc/self/exe";
 
   ::unsetenv(ExecArgs::kLauncherVariable);
-  ExecArgs plain("/x/prog", {"a"}, {{"K", "v"}});
-  EXPECT_STREQ(plain.path(), "/x/prog");
-  EXPECT_EQ(strings(plain.argv()), (std::vector<std::string>{"/x/prog", "a"}));
+  ExecArgs plain(self, {"a"}, {{"K", "v"}});
+  EXPECT_EQ(plain.path(), self);
+  EXPECT_EQ(strings(plain.argv()), (std::vector<std::string>{self, "a"}));
 
   ::setenv(ExecArgs::kLauncherVariable, " sh  -L /sysroot ", 1);
-  ExecArgs launched("/x/prog", {"a"}, {{"K", "v"}});
+  ExecArgs launched(self, {"a"}, {{"K", "v"}});
   const std::string sh = launched.path();
   EXPECT_EQ(sh.front(), '/');
   EXPECT_EQ(sh.substr(sh.size() - 3), "/sh");
   EXPECT_EQ(strings(launched.argv()),
-            (std::vector<std::string>{"sh", "-L", "/sysroot", "/x/prog", "a"}));
+            (std::vector<std::string>{"sh", "-L", "/sysroot", self, "a"}));
   const auto env = strings(launched.envp());
   EXPECT_NE(std::find(env.begin(), env.end(), "K=v"), env.end());
+
+  // No ELF program of this machine: a host tool or a script.
+  const std::string script = std::string(::testing::TempDir()) + "exec_args_script";
+  std::ofstream(script) << "#!/bin/sh\n";
+  ExecArgs host(script, {}, {});
+  EXPECT_EQ(host.path(), script);
+  EXPECT_EQ(strings(host.argv()), std::vector<std::string>{script});
+  std::remove(script.c_str());
 
   if (saved) {
     ::setenv(ExecArgs::kLauncherVariable, saved->c_str(), 1);
