@@ -9,7 +9,36 @@ function(kvn_add_test name)
   if(ARG_LABELS)
     set(labels ${ARG_LABELS})
   endif()
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS "${labels}" TIMEOUT 120)
+  set(env)
+  if(CMAKE_CROSSCOMPILING_EMULATOR)
+    # The end-to-end harness starts every program through the emulator (tests/e2e/exec_args.h).
+    list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " launcher)
+    set(env ENVIRONMENT "KVN_E2E_LAUNCHER=${launcher}")
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS "${labels}" TIMEOUT 120
+                       ${env})
+endfunction()
+
+# kvn_program_path(VAR TARGET): the file a test execs to start the program TARGET. That is the
+# program itself; in a cross build it is a script that runs it through the emulator, since the
+# kernel here cannot exec the target's binaries.
+function(kvn_program_path var target)
+  if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
+    set(${var} "$<TARGET_FILE:${target}>" PARENT_SCOPE)
+    return()
+  endif()
+  set(script "${CMAKE_BINARY_DIR}/emulated/${target}")
+  set(${var} "${script}" PARENT_SCOPE)
+  get_property(made GLOBAL PROPERTY kvn_emulated_${target})
+  if(made)
+    return()
+  endif()
+  set_property(GLOBAL PROPERTY kvn_emulated_${target} TRUE)
+  list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " launcher)
+  file(GENERATE OUTPUT "${script}"
+       CONTENT "#!/bin/sh\nexec ${launcher} \"$<TARGET_FILE:${target}>\" \"$@\"\n"
+       FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+                        WORLD_READ WORLD_EXECUTE)
 endfunction()
 
 # kvn_unit_sources(VAR): the library sources of the current directory, that is every *.cc that

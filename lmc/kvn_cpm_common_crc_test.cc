@@ -15,6 +15,9 @@ TEST(Crc16, CheckValues) {
   const uint8_t shifted[] = {0x01, 0x00, 0x00};
   EXPECT_EQ(crcOf(shifted, 3), 0x1021);
   EXPECT_EQ(crcOf("", 0), 0x0000);
+  // Bytes above 0x7F handed over as char text: the same remainder whether char is signed (a
+  // desktop) or unsigned (the ARM target).
+  EXPECT_EQ(crcOf("\x80\xC4\xFF\x7F", 4), 0x7D2F);
 }
 
 TEST(Crc16, WithTwoZeroBytesAppendedIsXmodem) {

@@ -21,7 +21,7 @@ using kvn::log::Level;
 using kvn::log::LogCapture;
 
 LmDefinition module(const std::string& identity, const std::string& content, uint16_t ca = 0,
-              bool gzip = false) {
+                    bool gzip = false) {
   LmDefinition m;
   m.identity = identity;
   m.role = "dsp";
@@ -170,6 +170,19 @@ TEST_F(LmcTest, FourDataLayoutsExtractTheContentWithoutTheDataHeader) {
       Level::Info, "Saved load module: lm into: " + dir.file("out.bin") + "  size: 100000 bytes"));
   EXPECT_TRUE(cap.has(
       Level::Info, "Decompress and create file: " + dir.file("out.bin") + "  size: 100000 bytes"));
+}
+
+// zlib refuses to initialise a stream whose size is not its own, so an inflated extraction
+// shows that the reader handed over this build's sizeof(z_stream): 56 on the 32-bit target.
+TEST_F(LmcTest, ZlibGetsTheStreamSizeOfThisBuild) {
+  EXPECT_EQ(sizeof(z_stream), sizeof(void*) == 4 ? 56u : 112u);
+  z_stream strm{};
+  EXPECT_EQ(inflateInit_(&strm, ZLIB_VERSION, sizeof(void*) == 4 ? 112 : 56), Z_VERSION_ERROR);
+
+  KvnCpmCommon_lmHdlLmc lmc(containerOf({module("lm", "abc", 1, true)}));
+  std::string out;
+  ASSERT_TRUE(lmc.saveToString("lm", out, true));
+  EXPECT_EQ(out, "abc");
 }
 
 TEST_F(LmcTest, IdentityMatchesWithoutBlanksAndCase) {

@@ -6,9 +6,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstring>
 
 #include "tracing/log.h"
+
+// A 32-bit build reads containers on file systems with 64-bit inode numbers and offsets too
+// (CMakeLists.txt asks for them).
+static_assert(sizeof(off_t) == 8, "file offsets are 64 bits wide");
 
 KvnCpmCommon_mapFile::KvnCpmCommon_mapFile(const std::string& path) : m_path(path) {
   if (access(path.c_str(), F_OK) != 0) return;
@@ -37,6 +42,11 @@ bool KvnCpmCommon_mapFile::mapForReading() {
     return false;
   }
   const size_t size = static_cast<size_t>(st.st_size);
+  if (static_cast<uint64_t>(st.st_size) != size) {
+    EQMH_ERROR("%s is too large to map", path);
+    close(fd);
+    return false;
+  }
   void* p = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE, fd, 0);
   if (p == MAP_FAILED) {
     EQMH_ERROR("mmap of %s failed: %s", path, strerror(errno));

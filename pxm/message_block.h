@@ -65,7 +65,9 @@ class MessageBlock {
 
   uint32_t magic_;
   uint32_t chained_;  // 1: the first payload word links to the next block of a list
-  size_t capacity_;  // message bytes the block has room for
+  // Message bytes the block has room for; 64 bits wide so that the head is 32 bytes, and the
+  // payload 8-aligned, with 32-bit pointers as well.
+  uint64_t capacity_;
   FrameHeader header_;
   Route route_;
 };

@@ -26,7 +26,7 @@ KvnshTerminal::KvnshTerminal(const RunDir& dir, const std::string& program,
   size.ws_col = 200;
   pid_ = ::forkpty(&master_, nullptr, nullptr, &size);
   if (pid_ == 0) {
-    ::execve(program.c_str(), exec.argv(), exec.envp());
+    ::execve(exec.path(), exec.argv(), exec.envp());
     ::_exit(127);
   }
   if (pid_ < 0) throw std::runtime_error("forkpty failed");

@@ -32,7 +32,7 @@ Process::Process(const RunDir& dir, std::string name, std::string program,
     ::dup2(null, 0);
     ::dup2(out, 1);
     ::dup2(err, 2);
-    ::execve(program.c_str(), exec.argv(), exec.envp());
+    ::execve(exec.path(), exec.argv(), exec.envp());
     ::_exit(127);
   }
   ::close(out);
