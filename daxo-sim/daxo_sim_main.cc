@@ -187,7 +187,8 @@ int main(int argc, char** argv) {
     kvn::daxosim::SuperTraceHandler& superTraceRoutine = *superTrace;
     handlers.add(kvn::daxosim::SuperTraceHandler::kImplementsCode, std::move(superTrace));
     handlers.add(kvn::daxosim::MemoryBufferHandler::kImplementsCode,
-                 std::make_unique<kvn::daxosim::MemoryBufferHandler>(buffer));
+                 std::make_unique<kvn::daxosim::MemoryBufferHandler>(
+                     buffer, description.superTrace.fixedIndex));
     handlers.add(ForwarderHandler::kImplementsCode,
                  std::make_unique<ForwarderHandler>(description, rejectRoute));
     handlers.add(
