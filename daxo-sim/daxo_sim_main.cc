@@ -28,6 +28,7 @@
 #include "daxo-sim/trace_dest_handler.h"
 #include "daxo-sim/trace_hit_counter_handler.h"
 #include "daxo-sim/trace_mask_handler.h"
+#include "daxo-sim/udp_stream.h"
 #include "daxo-sim/utrace_config_handler.h"
 
 namespace {
@@ -55,6 +56,9 @@ void usage(FILE* out) {
           "  --reject-route attach|detach  the forwarders reject every such request\n"
           "  --reject-dest STEP:CAUSE  reject the destination step STEP (alloc, config,\n"
           "                     open, close or free) with CAUSE\n"
+          "  --sessions-dir DIR  where diag-sim writes the address of each UDP session: while\n"
+          "                     the buffer streams to one on 127.0.0.1, what the consumer\n"
+          "                     drains is sent there as UDP datagrams\n"
           "  --help             this text\n");
 }
 
@@ -71,6 +75,7 @@ int main(int argc, char** argv) {
   using kvn::daxosim::ForwarderHandler;
   ForwarderHandler::Reject rejectRoute = ForwarderHandler::Reject::kNone;
   std::optional<kvn::daxosim::TraceDestHandler::Rejection> rejectDest;
+  std::string sessionsDir;
   enum {
     kService = 1,
     kMailbox,
@@ -82,6 +87,7 @@ int main(int argc, char** argv) {
     kDropConfirms,
     kRejectRoute,
     kRejectDest,
+    kSessionsDir,
     kHelp
   };
   static const struct option longOptions[] = {
@@ -95,6 +101,7 @@ int main(int argc, char** argv) {
       {"drop-confirms", no_argument, nullptr, kDropConfirms},
       {"reject-route", required_argument, nullptr, kRejectRoute},
       {"reject-dest", required_argument, nullptr, kRejectDest},
+      {"sessions-dir", required_argument, nullptr, kSessionsDir},
       {"help", no_argument, nullptr, kHelp},
       {nullptr, 0, nullptr, 0}};
   for (int c; (c = getopt_long(argc, argv, "", longOptions, nullptr)) != -1;) {
@@ -147,6 +154,9 @@ int main(int argc, char** argv) {
           return 2;
         }
         break;
+      case kSessionsDir:
+        sessionsDir = optarg;
+        break;
       case kHelp:
         usage(stdout);
         return 0;
@@ -185,15 +195,27 @@ int main(int argc, char** argv) {
     auto superTrace =
         std::make_unique<kvn::daxosim::SuperTraceHandler>(buffer, description.superTrace, *journal);
     kvn::daxosim::SuperTraceHandler& superTraceRoutine = *superTrace;
+    kvn::daxosim::UdpStream udp(sessionsDir, *journal);
+    superTrace->setOnConsumed([&udp](uint64_t words) { udp.consumed(words); });
     handlers.add(kvn::daxosim::SuperTraceHandler::kImplementsCode, std::move(superTrace));
     handlers.add(kvn::daxosim::MemoryBufferHandler::kImplementsCode,
                  std::make_unique<kvn::daxosim::MemoryBufferHandler>(
                      buffer, description.superTrace.fixedIndex));
-    handlers.add(ForwarderHandler::kImplementsCode,
-                 std::make_unique<ForwarderHandler>(description, rejectRoute));
-    handlers.add(
-        kvn::daxosim::TraceDestHandler::kImplementsCode,
-        std::make_unique<kvn::daxosim::TraceDestHandler>(description.traceDest, rejectDest));
+    auto forwarders = std::make_unique<ForwarderHandler>(description, rejectRoute);
+    forwarders->setOnLinkChanged(
+        [&udp](uint16_t source, uint16_t destination, uint16_t socket, bool attached) {
+          udp.linkChanged(source, destination, socket, attached);
+        });
+    handlers.add(ForwarderHandler::kImplementsCode, std::move(forwarders));
+    auto traceDest =
+        std::make_unique<kvn::daxosim::TraceDestHandler>(description.traceDest, rejectDest);
+    traceDest->setOnSocket([&udp](uint16_t socketId, std::optional<uint32_t> sessionId) {
+      if (sessionId)
+        udp.socketOpened(socketId, *sessionId);
+      else
+        udp.socketClosed(socketId);
+    });
+    handlers.add(kvn::daxosim::TraceDestHandler::kImplementsCode, std::move(traceDest));
     handlers.add(
         kvn::daxosim::TraceHitCounterHandler::kImplementsCode,
         std::make_unique<kvn::daxosim::TraceHitCounterHandler>(description.traceHitCounter));

@@ -52,6 +52,10 @@ void ForwarderHandler::handle(const Request& request, const ReplyPath& reply,
     attached_.erase(key);
   reply.send(attach ? kAttachCfm : kDetachCfm, {});
   entry["answer"] = "confirmed";
+  if (onLinkChanged_ && links_.count(request.dstRoutineId)) {
+    const Link& link = links_.at(request.dstRoutineId);
+    onLinkChanged_(link.source, link.destination, socket, attach);
+  }
   nlohmann::json table = nlohmann::json::array();
   for (const auto& [k, s] : attached_) {
     const Link link = links_.count(k.first) ? links_.at(k.first) : Link{};

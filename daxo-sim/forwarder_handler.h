@@ -6,6 +6,7 @@
 
 #include <stdint.h>
 
+#include <functional>
 #include <map>
 #include <utility>
 
@@ -31,6 +32,11 @@ class ForwarderHandler : public AgentHandler {
 
   void handle(const Request& request, const ReplyPath& reply, nlohmann::json& entry) override;
 
+  // Told of each confirmed attach and detach, with the link's source and destination kinds.
+  using OnLinkChanged =
+      std::function<void(uint16_t source, uint16_t destination, uint16_t socket, bool attached)>;
+  void setOnLinkChanged(OnLinkChanged fn) { onLinkChanged_ = std::move(fn); }
+
   // The socket of each attached link.
   const std::map<Key, uint16_t>& attached() const { return attached_; }
 
@@ -38,6 +44,7 @@ class ForwarderHandler : public AgentHandler {
   std::map<uint16_t, Link> links_;  // by forwarder routine, from the description
   Reject reject_;
   std::map<Key, uint16_t> attached_;
+  OnLinkChanged onLinkChanged_;
 };
 
 }  // namespace kvn::daxosim

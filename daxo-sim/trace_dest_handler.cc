@@ -100,6 +100,8 @@ void TraceDestHandler::handle(const Request& request, const ReplyPath& reply,
   }
   reply.send(step->request + 1, body);
   entry["confirm"] = "sent";
+  if (onSocket_ && step->request == 9) onSocket_(values_.socketId, be32(b + 6));
+  if (onSocket_ && step->request == 12) onSocket_(be16(b + 4), std::nullopt);
 }
 
 }  // namespace kvn::daxosim

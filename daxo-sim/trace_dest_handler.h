@@ -6,6 +6,7 @@
 
 #include <stdint.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -31,9 +32,14 @@ class TraceDestHandler : public AgentHandler {
 
   void handle(const Request& request, const ReplyPath& reply, nlohmann::json& entry) override;
 
+  // Told of each socket opened (with the UDP session it was opened on) and closed.
+  using OnSocket = std::function<void(uint16_t socketId, std::optional<uint32_t> sessionId)>;
+  void setOnSocket(OnSocket fn) { onSocket_ = std::move(fn); }
+
  private:
   AgentDescription::TraceDest values_;
   std::optional<Rejection> reject_;
+  OnSocket onSocket_;
 };
 
 }  // namespace kvn::daxosim

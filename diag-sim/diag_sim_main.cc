@@ -40,6 +40,8 @@ void usage(FILE* out) {
           "  --reject REASON      reject every request with REASON\n"
           "  --reply-delay-ms N   hold each answer for N ms\n"
           "  --drop-replies       never answer a request\n"
+          "  --sessions-dir DIR   write each confirmed session's address and port to\n"
+          "                       DIR/tsi-session-<sessionId>, for daxo-sim to stream to\n"
           "  --help               this text\n");
 }
 
@@ -75,6 +77,7 @@ int main(int argc, char** argv) {
     kReject,
     kDelay,
     kDrop,
+    kSessionsDir,
     kHelp
   };
   static const struct option longOptions[] = {
@@ -92,6 +95,7 @@ int main(int argc, char** argv) {
       {"reject", required_argument, nullptr, kReject},
       {"reply-delay-ms", required_argument, nullptr, kDelay},
       {"drop-replies", no_argument, nullptr, kDrop},
+      {"sessions-dir", required_argument, nullptr, kSessionsDir},
       {"help", no_argument, nullptr, kHelp},
       {nullptr, 0, nullptr, 0}};
   TsiAnswer& a = options.answer;
@@ -143,6 +147,9 @@ int main(int argc, char** argv) {
           break;
         case kDrop:
           options.replyMode = DiagSimulator::ReplyMode::kDropped;
+          break;
+        case kSessionsDir:
+          options.sessionsDir = optarg;
           break;
         case kHelp:
           usage(stdout);

@@ -3,8 +3,11 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <fstream>
+
 #include <nlohmann/json.hpp>
 
+#include "daxo-sim/udp_stream.h"
 #include "diag-sim/diag_message.h"
 #include "pxm/pxm.h"
 
@@ -171,9 +174,11 @@ void DiagSimulator::handleRoutineMessage(uint32_t sender, const uint8_t* bytes, 
     if (a.reject)
       reply(DiagMessage::encode(src, kTsiProxyRoutine, DiagMessage::kCreateRej, a.rejectBody()),
             sender, "reject", entry);
-    else
+    else {
+      publishSession(entry);
       reply(DiagMessage::encode(src, kTsiProxyRoutine, DiagMessage::kCreateCfm, a.confirmBody()),
             sender, "confirm", entry);
+    }
   } else if (dst == kTsiProxyRoutine && submsgno == DiagMessage::kDeleteInd) {
     entry["name"] = "KVN_TSI_PROXY_DELETE_UDP_SESSION_IND";
     DiagMessage::readDeleteIndication(body, bodySize, entry);
@@ -225,6 +230,17 @@ void DiagSimulator::send(const std::vector<uint8_t>& message, uint32_t to) {
   }
   memcpy(reinterpret_cast<uint8_t*>(m), message.data(), message.size());
   pxm_send(&m, to, PXM_MY_MBOX);
+}
+
+void DiagSimulator::publishSession(const nlohmann::json& request) {
+  if (options_.sessionsDir.empty() || !request.contains("ip")) return;
+  const std::string path =
+      daxosim::UdpStream::sessionFile(options_.sessionsDir, options_.answer.sessionId);
+  // Whole or not at all: the agent may read it at any moment.
+  const std::string temporary = path + ".new";
+  std::ofstream(temporary) << request["ip"].get<std::string>() << " "
+                           << request["udpPortNr"].get<uint16_t>() << "\n";
+  rename(temporary.c_str(), path.c_str());
 }
 
 void DiagSimulator::note(const char* event) {

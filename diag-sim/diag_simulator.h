@@ -31,6 +31,9 @@ class DiagSimulator {
     TsiAnswer answer;
     ReplyMode replyMode = ReplyMode::kAtOnce;
     std::chrono::milliseconds replyDelay{0};
+    // Where each confirmed UDP session's address goes, for the agents that stream to it; empty:
+    // nowhere.
+    std::string sessionsDir;
   };
 
   // The routine of the diag handler that says hello, and of its TSI proxy.
@@ -65,6 +68,7 @@ class DiagSimulator {
   void sendDue();
   void send(const std::vector<uint8_t>& message, uint32_t to);
   void note(const char* event);
+  void publishSession(const nlohmann::json& request);
 
   Options options_;
   daxosim::Journal& journal_;

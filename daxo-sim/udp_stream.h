@@ -1,0 +1,59 @@
+#pragma once
+// What the agent's consumer sends on while it streams to a network destination: the consumed
+// data as real UDP datagrams to the destination's address and port, on this machine only.
+//
+// The address comes from the simulated TSI proxy (diag-sim), which writes it, when it confirms
+// a UDP session, to "tsi-session-<session id>" in a directory both simulators are given: a line
+// "<ip> <port>". The agent learns the session id from the socket open request, and which socket
+// the memory buffer is attached to from its forwarders.
+
+#include <netinet/in.h>
+#include <stdint.h>
+
+#include <map>
+#include <optional>
+#include <string>
+
+#include "daxo-sim/journal.h"
+
+namespace kvn::daxosim {
+
+class UdpStream {
+ public:
+  static constexpr size_t kDatagramBytes = 1400;
+  static constexpr size_t kMaxDatagramsPerSend = 16;  // what is consumed beyond is not sent
+
+  // `sessionsDir` empty: nothing is ever sent.
+  UdpStream(std::string sessionsDir, Journal& journal);
+  ~UdpStream();
+  UdpStream(const UdpStream&) = delete;
+  UdpStream& operator=(const UdpStream&) = delete;
+
+  // The path diag-sim writes the address of session `sessionId` to.
+  static std::string sessionFile(const std::string& dir, uint32_t sessionId);
+
+  // A socket was opened on the UDP session `sessionId`, or closed.
+  void socketOpened(uint16_t socketId, uint32_t sessionId);
+  void socketClosed(uint16_t socketId);
+  // A forwarder link was attached to or detached from `socket`; only the memory buffer's links to
+  // the transport network matter.
+  void linkChanged(uint16_t source, uint16_t destination, uint16_t socket, bool attached);
+
+  // The consumer took `words` 16-bit words out of the buffer.
+  void consumed(uint64_t words);
+
+  uint64_t datagramsSent() const { return sent_; }
+
+ private:
+  std::optional<sockaddr_in> target() const;
+
+  std::string dir_;
+  Journal& journal_;
+  int fd_ = -1;
+  std::map<uint16_t, sockaddr_in> sockets_;  // the open sockets whose address is known
+  std::optional<uint16_t> streamSocket_;     // the socket the memory buffer is attached to
+  uint64_t sent_ = 0;
+  uint32_t sequence_ = 0;
+};
+
+}  // namespace kvn::daxosim
