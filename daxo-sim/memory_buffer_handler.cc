@@ -75,6 +75,10 @@ void MemoryBufferHandler::handle(const Request& request, const ReplyPath& reply,
       const uint32_t blockSize = fixed_ ? fixed_->blockSize : buffer_.blockWords();
       reply.send(kIndexCfm, indexBody(blockSize, indexed_));
       entry["blocks"] = indexed_.size();
+      uint64_t words[SimulatedBuffer::kSources] = {};
+      for (const SimulatedBuffer::Block& b : indexed_)
+        if (b.source < SimulatedBuffer::kSources) words[b.source] += b.size;
+      entry["sourceWords"] = words;
       return;
     }
     case kDataReq: {
