@@ -199,7 +199,8 @@ int main(int argc, char** argv) {
     superTrace->setOnConsumed([&udp](uint64_t words) { udp.consumed(words); });
     handlers.add(kvn::daxosim::SuperTraceHandler::kImplementsCode, std::move(superTrace));
     handlers.add(kvn::daxosim::MemoryBufferHandler::kImplementsCode,
-                 std::make_unique<kvn::daxosim::MemoryBufferHandler>(buffer));
+                 std::make_unique<kvn::daxosim::MemoryBufferHandler>(
+                     buffer, description.superTrace.fixedIndex));
     auto forwarders = std::make_unique<ForwarderHandler>(description, rejectRoute);
     forwarders->setOnLinkChanged(
         [&udp](uint16_t source, uint16_t destination, uint16_t socket, bool attached) {

@@ -9,6 +9,16 @@ void SimulatedBuffer::reset() {
   level_ = 0;
   dropped_ = 0;
   nextSequence_ = 1;
+  for (uint64_t& w : written_) w = 0;
+}
+
+void SimulatedBuffer::appendData(const Block& block, uint32_t offset, uint32_t length,
+                                 std::vector<uint8_t>& out) {
+  for (uint64_t i = block.firstWord + offset; i < block.firstWord + offset + length; ++i) {
+    const uint16_t w = word(block.source, i);
+    out.push_back(static_cast<uint8_t>(w >> 8));
+    out.push_back(static_cast<uint8_t>(w));
+  }
 }
 
 // The newest block of the source while it has room, else a new one.
@@ -23,6 +33,7 @@ SimulatedBuffer::Block* SimulatedBuffer::openBlock(uint16_t source, const Time& 
   b.sequence = nextSequence_++;
   if (nextSequence_ == 0xFFFF) nextSequence_ = 1;  // 0xFFFF marks a block that is not valid
   b.startTime = b.endTime = now;
+  b.firstWord = written_[source];
   blocks_.push_back(b);
   return &blocks_.back();
 }
@@ -43,6 +54,7 @@ uint64_t SimulatedBuffer::produce(uint16_t source, uint64_t words, const Time& n
     b->size += static_cast<uint32_t>(n);
     ++b->writes;
     b->endTime = now;
+    written_[source] += n;
     left -= n;
   }
   level_ += fits;
@@ -55,6 +67,7 @@ uint64_t SimulatedBuffer::consume(uint64_t words) {
     Block& b = blocks_.front();
     const uint64_t n = std::min<uint64_t>(words - taken, b.size);
     b.size -= static_cast<uint32_t>(n);
+    b.firstWord += n;
     taken += n;
     if (b.size == 0) blocks_.pop_front();
   }

@@ -1,13 +1,16 @@
 #pragma once
 // The agent's SuperTrace buffer, simulated: blocks of trace data from the sources 0 to 4 (token,
 // rtt 1 to 3, lpp), each with its size in 16-bit words, a sequence number and the times of its
-// first and last word. The data itself is not kept: only how much there is, in which block.
-// Producers append to the newest block of their source until it is full; the consumer takes from
-// the oldest block. A recording overwrites the oldest blocks, a stream drops what does not fit.
+// first and last word. The data itself is not kept: each source writes a counter, word n of a
+// source since the buffer was set up being `word(source, n)`, so a block's data follows from
+// where in its source's stream it starts. Producers append to the newest block of their source
+// until it is full; the consumer takes from the oldest block. A recording overwrites the oldest
+// blocks, a stream drops what does not fit.
 
 #include <stdint.h>
 
 #include <deque>
+#include <vector>
 
 namespace kvn::daxosim {
 
@@ -28,7 +31,17 @@ class SimulatedBuffer {
     uint16_t errors = 0;
     Time startTime;
     Time endTime;
+    uint64_t firstWord = 0;  // the position of its first word in its source's stream
   };
+
+  // The value of word `position` of `source`'s stream: the source in the top four bits, a
+  // counter below.
+  static uint16_t word(uint16_t source, uint64_t position) {
+    return static_cast<uint16_t>(source << 12 | (position & 0xFFF));
+  }
+  // Appends `length` words of `block` from word `offset` on, big-endian, to `out`.
+  static void appendData(const Block& block, uint32_t offset, uint32_t length,
+                         std::vector<uint8_t>& out);
 
   SimulatedBuffer(uint64_t capacityWords, uint32_t blockWords)
       : capacity_(capacityWords), blockWords_(blockWords) {}
@@ -55,7 +68,8 @@ class SimulatedBuffer {
   uint64_t level_ = 0;
   uint64_t dropped_ = 0;
   uint16_t nextSequence_ = 1;
-  std::deque<Block> blocks_;  // oldest first
+  uint64_t written_[kSources] = {};  // words of each source so far
+  std::deque<Block> blocks_;         // oldest first
 };
 
 }  // namespace kvn::daxosim

@@ -32,7 +32,12 @@ SimulatedBuffer::Time wallTime(uint64_t sinceStartUs) {
   SimulatedBuffer::Time t;
   t.seconds = static_cast<uint32_t>(tv.tv_sec);
   t.microseconds = static_cast<uint32_t>(tv.tv_usec);
-  t.bfn = static_cast<uint32_t>(sinceStartUs / 10000);  // one frame each 10 ms
+  // The frame number of the radio clock: 15.36 MHz ticks, 153600 to a frame of 10 ms, in 150
+  // sub-frames of 1024 ticks, each 256 chips of four; 4096 frames, then it wraps.
+  const uint64_t ticks = sinceStartUs * 1536 / 100;
+  const uint64_t inFrame = ticks % 153600;
+  t.bfn = static_cast<uint32_t>((ticks / 153600 % 4096) << 20 | (inFrame / 1024) << 12 |
+                                (inFrame % 1024 / 4) << 4 | inFrame % 4);
   return t;
 }
 

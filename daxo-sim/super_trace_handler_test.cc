@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "daxo-sim/agent_description.h"
 #include "daxo-sim/memory_buffer_handler.h"
 
 namespace kvn::daxosim {
@@ -23,6 +24,12 @@ class SuperTraceHandlerTest : public ::testing::Test {
   using Clock = SuperTraceHandler::Clock;
   struct Out {
     uint16_t dst, src, submsgno;
+    std::vector<uint8_t> body;
+    uint32_t at(size_t offset, int bytes) const {  // a big-endian field of the body
+      uint32_t v = 0;
+      for (int i = 0; i < bytes; ++i) v = v << 8 | body.at(offset + i);
+      return v;
+    }
   };
 
   static SuperTraceSettings testSettings() {
@@ -63,9 +70,9 @@ class SuperTraceHandlerTest : public ::testing::Test {
   std::vector<Out> messages;
   ReplyPath::Transport transport = [this](std::vector<uint8_t> m, uint32_t to) {
     EXPECT_EQ(to, kService);
-    messages.push_back({static_cast<uint16_t>(m[4] << 8 | m[5]),
-                        static_cast<uint16_t>(m[6] << 8 | m[7]),
-                        static_cast<uint16_t>(m[8] << 8 | m[9])});
+    messages.push_back(
+        {static_cast<uint16_t>(m[4] << 8 | m[5]), static_cast<uint16_t>(m[6] << 8 | m[7]),
+         static_cast<uint16_t>(m[8] << 8 | m[9]), std::vector<uint8_t>(m.begin() + 12, m.end())});
   };
   Clock::time_point now = Clock::time_point() + 1h;
   SuperTraceSettings settings = testSettings();
@@ -139,6 +146,72 @@ TEST_F(SuperTraceHandlerTest, ARecordingKeepsTheNewestBlocks) {
   }
   request(memory, kBufferRoutine, 6, {0, 3});  // a new set-up starts empty
   EXPECT_EQ(buffer.level(), 0u);
+}
+
+// The index lists the recorded blocks with their headers; data requests are served from the
+// blocks of that index, a counter per source.
+TEST_F(SuperTraceHandlerTest, TheIndexAndTheDataOfARecording) {
+  request(memory, kBufferRoutine, 6, {0, 3});
+  request(handler, kRoutine, 3, {0x00, 0x11});  // token and lpp, 1000 words/s each
+  for (int i = 0; i < 40; ++i) after(10ms);
+  sent();
+  request(memory, kBufferRoutine, 10);
+  ASSERT_EQ(messages.size(), 1u);
+  const Out index = messages[0];
+  EXPECT_EQ(index.submsgno, 11);
+  EXPECT_EQ(index.at(0, 4), 300u);  // block size
+  ASSERT_EQ(index.at(4, 2), 4u);
+  ASSERT_EQ(index.body.size(), 6u + 4 * 40);
+  // token 300, lpp 300, token 100, lpp 100; 30 writes of 10 words in the full blocks.
+  const uint32_t want[4][3] = {{0, 300, 30}, {4, 300, 30}, {0, 100, 10}, {4, 100, 10}};
+  for (size_t b = 0; b < 4; ++b) {
+    const size_t h = 6 + b * 40;
+    EXPECT_EQ(index.at(h, 2), want[b][0]);
+    EXPECT_NE(index.at(h + 2, 4), 0u);  // address
+    EXPECT_EQ(index.at(h + 6, 4), want[b][1]);
+    EXPECT_EQ(index.at(h + 10, 2), want[b][2]);
+    EXPECT_EQ(index.at(h + 14, 2), b + 1);        // sequence
+    EXPECT_GE(index.at(h + 16, 4), 0x58684680u);  // wall time
+    // The frame number moves on by 10 ms a frame: 290 ms from the first write to the last.
+    const uint32_t startBfn = index.at(h + 24, 4), endBfn = index.at(h + 36, 4);
+    if (b < 2) {
+      EXPECT_EQ(((endBfn >> 20) - (startBfn >> 20)) & 0xFFF, 29u);
+    }
+  }
+  sent();
+  // Block 2 is token's second: its words 10 to 14 are words 310 to 314 of the token stream.
+  request(memory, kBufferRoutine, 12, {0, 2, 0, 7, 0, 0, 0, 10, 0, 0, 0, 5});
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_EQ(messages[0].submsgno, 13);
+  EXPECT_EQ(messages[0].body,
+            (std::vector<uint8_t>{0, 2,    0,    7,    0,    0,    0,    10,   0,    0,    0,
+                                  5, 0x01, 0x36, 0x01, 0x37, 0x01, 0x38, 0x01, 0x39, 0x01, 0x3A}));
+  sent();
+  // Past the end of the block, or of the index: what there is.
+  request(memory, kBufferRoutine, 12, {0, 3, 0, 8, 0, 0, 0, 98, 0, 0, 4, 0});
+  EXPECT_EQ(messages[0].at(8, 4), 2u);
+  EXPECT_EQ(messages[0].at(12, 2), 0x4000u | 398);
+  request(memory, kBufferRoutine, 12, {0, 9, 0, 9, 0, 0, 0, 0, 0, 0, 0, 1});
+  EXPECT_EQ(messages[1].at(8, 4), 0u);
+}
+
+TEST(SuperTraceSettingsTest, AFixedIndexRepeatsItsBlocksToTheCount) {
+  const SuperTraceSettings s = SuperTraceSettings::fromJson(nlohmann::json::parse(R"({
+    "fixedIndex": {"blockSize": 100, "count": 5, "blocks": [
+      {"source": 4, "size": 100, "sequence": 7, "start": [1500000000, 0, 0],
+       "end": [1500000001, 0, 0]},
+      {"source": 9, "size": 10, "sequence": 65535}]}})"));
+  ASSERT_TRUE(s.fixedIndex);
+  const std::vector<SimulatedBuffer::Block>& b = s.fixedIndex->blocks;
+  ASSERT_EQ(b.size(), 5u);
+  EXPECT_EQ(b[1].sequence, 0xFFFF);  // as given: not valid
+  EXPECT_EQ(b[2].sequence, 0);       // numbered on from 0xFFFF
+  EXPECT_EQ(b[3].sequence, 1);
+  EXPECT_EQ(b[4].source, 4);
+  EXPECT_EQ(b[4].startTime.seconds, 1500000000u + 2 * 2);
+  EXPECT_THROW(SuperTraceSettings::fromJson(
+                   nlohmann::json::parse(R"({"fixedIndex": {"blocks": [{"size": 1}]}})")),
+               AgentDescription::Error);
 }
 
 }  // namespace

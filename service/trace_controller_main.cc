@@ -10,6 +10,7 @@
 #include "service/agents/info_cmd_parser.h"
 #include "service/datapath/dest_cmd_parser.h"
 #include "service/datapath/diag_handler_client_routine.h"
+#include "service/datapath/recorder_cmd_parser.h"
 #include "service/datapath/route_cmd_parser.h"
 #include "service/datapath/super_trace.h"
 #include "service/datapath/trace_data_path_connect_hooks.h"
@@ -120,6 +121,7 @@ int main(int argc, char** argv) {
     zoth->addSubcommand(std::make_shared<kvn::TraceHitCounterCmdParser>());
     zoth->addSubcommand(std::make_shared<kvn::HwConfigCmdParser>());
     zoth->addSubcommand(std::make_shared<kvn::RouteCmdParser>());
+    zoth->addSubcommand(std::make_shared<kvn::RecorderCmdParser>());
     zoth->addSubcommand(std::make_shared<kvn::DestCmdParser>());
     zoth->addSubcommand(std::make_shared<kvn::ProfileCmdParser>());
     zoth->addSubcommand(std::make_shared<kvn::EchoCmdParser>());
