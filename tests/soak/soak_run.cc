@@ -132,9 +132,10 @@ void SoakRun::reap(FrontEnd& fe, bool overdue) {
   } else if (fe.interrupted && (status < 100 || status == 128 + SIGINT)) {
     ++figures_.ended;  // an interrupt before the line was sent ends the shell by itself
     ++figures_.aborted;
-  } else if (status >= 0 && status < 100) {
+  } else if (status >= 0 && status < 100 && status != 2) {
     ++figures_.ended;
-  } else if (status == 100 || status == 103 || status == 104 || status == 108) {
+  } else if (status == 2 || status == 100 || status == 103 || status == 104 || status == 108) {
+    // 2: no such sub-command; 100: the shell's own refusal, nothing sent.
     ++figures_.refused;
   } else {
     ++figures_.unexpected;

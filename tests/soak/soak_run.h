@@ -24,7 +24,7 @@ class SoakRun {
   struct Figures {
     int run = 0;         // command lines started
     int ended = 0;       // the service ended them with a result
-    int refused = 0;     // the service (or the shell, before sending) refused them
+    int refused = 0;     // refused, or no such sub-command (or the shell refused to send)
     int aborted = 0;     // of the ended: after a Ctrl-C of the front end
     int killed = 0;      // front ends killed with kill -9 mid-command
     int unexpected = 0;  // front ends that gave up: service or hub gone, output lost
