@@ -92,17 +92,17 @@ void SoakRun::startAgent(int number, bool faults) {
   }
 }
 
-void SoakRun::tendAgents(bool faults) {
+void SoakRun::tendAgents() {
   const auto now = Clock::now();
   for (int n = 1; n <= 5; ++n) {
     Agent& agent = agents_[n - 1];
-    if (agent.up && agent.dropsConfirms && (now >= agent.next || !faults)) {
+    if (agent.up && agent.dropsConfirms && now >= agent.next) {
       system_.agent(n).stop(SIGKILL);
       ++figures_.agentKills;
       agent.up = false;
       agent.next = now + millis(100, 1500);
     }
-    if (!agent.up && (now >= agent.next || !faults)) startAgent(n, faults);
+    if (!agent.up && now >= agent.next) startAgent(n, true);
   }
 }
 
@@ -221,20 +221,24 @@ void SoakRun::run() {
       fault();
       nextFault = now + millis(200, 1200);
     }
-    tendAgents(true);
+    tendAgents();
     if (diagBack_ != Clock::time_point::max() && now >= diagBack_) startDiag();
     if (figures_.rssWarmKb == 0 && now >= warm) figures_.rssWarmKb = serviceRssKb();
     checkService();
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
 
-  // Quiet: every peer back without faults, every command to its end.
-  tendAgents(false);
+  // Quiet: every command to its end, then every agent started afresh without faults, which
+  // ends what routes and streams it had (their routines rightly stay while they run).
   if (!diag_->running() || diagBack_ != Clock::time_point::max()) startDiag();
   for (FrontEnd& fe : frontEnds_) {
     if (!fe.process) continue;
     const bool ended = fe.process->wait(kBound).has_value();
     reap(fe, !ended);
+  }
+  for (int n = 1; n <= 5; ++n) {
+    if (agents_[n - 1].up) system_.agent(n).stop(SIGKILL);
+    startAgent(n, false);
   }
   checkService();
   if (serviceDown_) return;

@@ -68,7 +68,7 @@ class SoakRun {
   void reap(FrontEnd& fe, bool overdue);
   void startCommand(FrontEnd& fe);
   void fault();
-  void tendAgents(bool faults);
+  void tendAgents();
   void startAgent(int number, bool faults);
   void startDiag();
   void checkService();
