@@ -28,6 +28,7 @@
 #include "service/tracecontrol/log_cmd_parser.h"
 #include "service/tracecontrol/profile_cmd_parser.h"
 #include "service/tracecontrol/trace_control_connect_hooks.h"
+#include "service/usage_signal_handler.h"
 #include "tracing/log.h"
 #include "util/cmd_parser.h"
 #include "util/cmd_session_factory.h"
@@ -154,6 +155,7 @@ int main(int argc, char** argv) {
       });
 
     StopSignalHandler::install(&mainloop);
+    UsageSignalHandler::install(&mainloop, &routineTable);
     mainloop.run();
   } catch (const std::runtime_error& e) {
     TC_LOG_ERROR("runtime_error exception: %s", e.what());

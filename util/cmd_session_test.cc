@@ -133,18 +133,37 @@ TEST_F(CmdSessionTest, FrontEndDeathIsAnAbort) {
   EXPECT_EQ(pxm.leakedMessages(), 0u);
 }
 
-TEST_F(CmdSessionTest, MonitorMessageAfterTheEndOnlyEndsTheLifeRoutine) {
+TEST_F(CmdSessionTest, FrontEndGoneAfterTheEndTakesItsUnconfirmedTextAlong) {
+  drain();
+  const size_t idle = table.usedSlots();
   auto session = std::make_shared<OutputCmdSession>("done", 0);
   launch(session);
   const uint16_t life = received(5).at(0).srcRoutineId;
   session.reset();
   drain();  // as after the dispatch that started it
+  EXPECT_EQ(table.usedSlots(), idle + 2) << "the life routine and the text's";
   LogCapture cap;
   pxm.kill(peer);
   run();
   EXPECT_EQ(cap.count(Level::Info, "cmdId=1198 retVal=1"), 0);
   EXPECT_FALSE(table.get(life));
   EXPECT_EQ(pxm.monitorCount(), 0u);
+  EXPECT_EQ(table.usedSlots(), idle) << "no confirm can come from a dead front end";
+}
+
+TEST_F(CmdSessionTest, AbortBeforeTheEndLeavesTheTextWaitingForItsConfirm) {
+  auto session = std::make_shared<ScriptedSession>();
+  session->onStart = [](ScriptedSession& s) { s.print("partial"); };
+  launch(session);
+  uint16_t life = 0, text = 0;
+  while (auto m = pxm.popSent(peer)) (m->submsgno == 5 ? life : text) = m->srcRoutineId;
+  session.reset();
+  pxm.injectObs(peer, life, kFrontEndRoutine, 4);  // Ctrl-C: the front end still confirms
+  run();
+  EXPECT_TRUE(table.get(text));
+  pxm.injectObs(peer, text, kFrontEndRoutine, 0, {0, 0});
+  run();
+  EXPECT_FALSE(table.get(text));
 }
 
 TEST_F(CmdSessionTest, PrintConfirmReachesItsCallableInHostOrder) {

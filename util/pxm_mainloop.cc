@@ -43,6 +43,7 @@ void PxmMainloop::run() {
   stop_ = false;
   CPMUTIL_LOG_DEBUG("Mainloop starting");
   while (!stop_) {
+    if (betweenMessages_) betweenMessages_();
     timers_->processExpired();
     const auto wait = std::min(timers_->timeUntilNext(std::chrono::milliseconds(0)), kMaxWait);
     pxm_msg* msg = pxm_->receive(nullptr, static_cast<uint32_t>(std::max<int64_t>(wait.count(), 0)),

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 
 #include "util/hkm_pxm_interface.h"
 #include "util/timer_queue_interface.h"
@@ -24,6 +25,9 @@ class PxmMainloop {
   // The first dispatcher of a number stays.
   void setDispatcher(uint32_t msgno, Dispatcher dispatcher);
   void setDefaultDispatcher(Dispatcher dispatcher);
+  // Runs at the top of every round, before the timers: where the work that a signal handler
+  // only flagged gets done. The receive waits a second at most, so it runs that often at least.
+  void setBetweenMessages(std::function<void()> hook) { betweenMessages_ = std::move(hook); }
 
   void monitorMailbox(pxm_mbox_id_t mailboxId);
   void unmonitorMailbox(pxm_mbox_id_t mailboxId);
@@ -43,6 +47,7 @@ class PxmMainloop {
   std::map<pxm_mbox_id_t, pxm_monitor_id_t> monitors_;
   std::map<uint32_t, Dispatcher> dispatchers_;
   Dispatcher defaultDispatcher_;
+  std::function<void()> betweenMessages_;
   std::atomic<bool> stop_{false};
   pxm_mbox_id_t mailbox_;
 };

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <string.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace kvn {
@@ -12,7 +13,13 @@ TaviCommandProxy::TaviCommandProxy(RoutineTable* routineTable, pxm_mbox_id_t mai
     : routineTable(routineTable), mailbox(mailbox), routineId(routineId) {}
 
 void TaviCommandProxy::startLifeRoutine(TaviCommandProxyLifeRoutine::OnAbort onAbort) {
-  auto life = std::make_shared<TaviCommandProxyLifeRoutine>(std::move(onAbort));
+  auto life = std::make_shared<TaviCommandProxyLifeRoutine>(
+      [self = shared_from_this(), onAbort = std::move(onAbort)](KvnTraceCtrlTaviAbortInd*& msg,
+                                                                unsigned int size) {
+        const bool closed = self->ended;  // else an abort while the command runs (Ctrl-C)
+        if (onAbort) onAbort(msg, size);
+        if (closed) self->releaseUnconfirmedText();
+      });
   routineTable->allocate(life);
   life->start(mailbox, routineId);
 }
@@ -33,13 +40,24 @@ void TaviCommandProxy::printChunk(const char* data, uint16_t length, uint16_t se
     RoutineTable::s_pxmsys->free(msg);
     throw;
   }
+  unconfirmed.erase(std::remove_if(unconfirmed.begin(), unconfirmed.end(),
+                                   [](const auto& text) { return text.expired(); }),
+                    unconfirmed.end());
+  unconfirmed.push_back(routine);
   print->sequence = htons(sequence);
   print->stream = htons(stream);
   print->length = htons(length);
   routine->sendObs(msg, mailbox, id, routineId, tavi::kPrintInd);
 }
 
+void TaviCommandProxy::releaseUnconfirmedText() {
+  for (const auto& text : unconfirmed)
+    if (auto routine = text.lock()) routine->release();
+  unconfirmed.clear();
+}
+
 void TaviCommandProxy::sendEnd(uint8_t result) {
+  ended = true;
   pxm_msg* msg = Routine::alloc_msg(sizeof(KvnTraceCtrlTaviCommandEnded));
   auto* ended = reinterpret_cast<KvnTraceCtrlTaviCommandEnded*>(msg);
   ended->result = result;

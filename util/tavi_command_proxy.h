@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "pxm/pxm.h"
 #include "util/routine_table.h"
@@ -15,12 +16,12 @@
 
 namespace kvn {
 
-class TaviCommandProxy {
+class TaviCommandProxy : public std::enable_shared_from_this<TaviCommandProxy> {
  public:
   TaviCommandProxy(RoutineTable* routineTable, pxm_mbox_id_t mailbox, uint16_t routineId);
 
   // Registers a life routine that carries aborts to `onAbort`, watches the front end and
-  // tells it the command is accepted (5).
+  // tells it the command is accepted (5). Held shared: the life routine keeps it.
   void startLifeRoutine(TaviCommandProxyLifeRoutine::OnAbort onAbort);
 
   // One text message (8), with a routine of its own that runs `onConfirm` at the confirm.
@@ -41,9 +42,15 @@ class TaviCommandProxy {
   // Sends from a plain routine registered for this one message.
   void sendFromTemporary(pxm_msg*& msg, uint16_t submsgno);
 
+  // The front end closes a command after its end, by an abort once it has confirmed all its
+  // text, or by dying: a text not confirmed by then never will be, and its routine goes.
+  void releaseUnconfirmedText();
+
   RoutineTable* routineTable;
   pxm_mbox_id_t mailbox;
   uint16_t routineId;
+  bool ended = false;
+  std::vector<std::weak_ptr<TaviCommandProxyPrintRoutine>> unconfirmed;
 };
 
 }  // namespace kvn

@@ -9,7 +9,6 @@
 
 #include <memory>
 #include <sstream>
-#include <vector>
 
 #include "service/tracecontrol/manual_trace_object_line_parser.h"
 #include "service/tracecontrol/manual_trace_overrides.h"
@@ -112,11 +111,10 @@ void TraceStateSerializer::load(DaxoRecord& record, std::istream& in) {
 }
 
 bool TraceStateSerializer::writeFile(const std::string& path, const std::string& text) {
-  std::vector<char> temp(path.begin(), path.end());
-  const std::string suffix = ".XXXXXX";
-  temp.insert(temp.end(), suffix.begin(), suffix.end());
-  temp.push_back('\0');
-  const int fd = ::mkostemp(temp.data(), O_CLOEXEC);
+  // One fixed name per state file: what a kill in the middle of a save leaves behind is
+  // overwritten by the next save of that agent, rather than piling up over the months.
+  const std::string temp = path + ".tmp";
+  const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600);
   if (fd < 0) return false;
   // As an ordinary new file would be: what the umask allows of rw-rw-rw-.
   const mode_t mask = ::umask(0);
@@ -124,10 +122,10 @@ bool TraceStateSerializer::writeFile(const std::string& path, const std::string&
   bool ok =
       ::fchmod(fd, 0666 & ~mask) == 0 && writeAll(fd, text.data(), text.size()) && ::fsync(fd) == 0;
   ok = ::close(fd) == 0 && ok;
-  ok = ok && ::rename(temp.data(), path.c_str()) == 0;
+  ok = ok && ::rename(temp.c_str(), path.c_str()) == 0;
   if (!ok) {
     const int error = errno;
-    ::unlink(temp.data());
+    ::unlink(temp.c_str());
     errno = error;
     return false;
   }

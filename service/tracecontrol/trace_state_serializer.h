@@ -27,10 +27,10 @@ class TraceStateSerializer {
   // Reads to the end of the stream. A line that cannot be used costs that line only.
   static void load(DaxoRecord& record, std::istream& in);
 
-  // Writes `text` as the whole new content of `path`, through a temporary file in the same
-  // directory that is flushed to disk and renamed over the old one: a crash or a full disk
-  // leaves the old file as it was. False, with nothing left behind and errno telling why, when
-  // any step fails.
+  // Writes `text` as the whole new content of `path`, through `path`.tmp that is flushed to
+  // disk and renamed over the old one: a crash or a full disk leaves the old file as it was
+  // (and at most that temporary, until the next write). False, with nothing left behind and errno
+  // telling why, when any step fails.
   static bool writeFile(const std::string& path, const std::string& text);
 };
 

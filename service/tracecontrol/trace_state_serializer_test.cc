@@ -179,6 +179,7 @@ class TraceStateFileTest : public ::testing::Test {
 
 TEST_F(TraceStateFileTest, ReplacesTheWholeFileAndLeavesNoTemporary) {
   const std::string path = dir + "/state";
+  std::ofstream(path + ".tmp") << "the stub of a save that was killed";
   ASSERT_TRUE(TraceStateSerializer::writeFile(path, "a long first state\n"));
   ASSERT_TRUE(TraceStateSerializer::writeFile(path, "second\n"));
   EXPECT_EQ(read(path), "second\n");

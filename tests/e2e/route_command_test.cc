@@ -68,12 +68,12 @@ class RouteCommandTest : public ::testing::Test {
     ASSERT_TRUE(system.startAgent(1, {"--sessions-dir", dir.path()}));
   }
 
-  void startDiag() {
+  void startDiag(std::vector<std::string> options = {}) {
     ++diagRuns;
     const std::string journal = "diag" + std::to_string(diagRuns) + ".journal";
-    diag = std::make_unique<Process>(
-        dir, "diag" + std::to_string(diagRuns), programs::kDiagSim,
-        std::vector<std::string>{"--journal", dir.file(journal), "--sessions-dir", dir.path()});
+    options.insert(options.end(), {"--journal", dir.file(journal), "--sessions-dir", dir.path()});
+    diag = std::make_unique<Process>(dir, "diag" + std::to_string(diagRuns), programs::kDiagSim,
+                                     options);
     ASSERT_TRUE(eventually([&] { return contains(dir.read(journal), "HELLO_REPLY"); }))
         << dir.read(journal);
   }
@@ -149,6 +149,30 @@ TEST_F(RouteCommandTest, WithTheDiagHandlerGoneATnRouteFailsAndWorksOnceItIsBack
   startDiag();
   EXPECT_EQ(zoth({"route", "1:embuf", "net1"}, out), 0) << out;
   EXPECT_EQ(out, "Streaming started\n");
+}
+
+TEST_F(RouteCommandTest, DiagHandlerKilledInTheMiddleOfATnSetUpEndsTheRouteAndLeavesNothing) {
+  // The agent's initial requests may still wait for their confirms: the count settles after.
+  int idle = -1;
+  ASSERT_TRUE(eventually([&] {
+    const int before = idle;
+    return (idle = system.usedSlots()) == before;
+  }));
+  startDiag({"--reply-delay-ms", "5000"});
+  std::string out;
+  ASSERT_EQ(zoth({"dest", "add", "net1", "127.0.0.1", "9", "ManagedElement=1"}, out), 0) << out;
+  std::unique_ptr<Process> route = system.startShell({"zoth", "route", "1:embuf", "net1"});
+  ASSERT_TRUE(eventually([&] {
+    return contains(dir.read("diag1.journal"), "KVN_TSI_PROXY_CREATE_UDP_SESSION_REQ");
+  })) << dir.read("diag1.journal");
+  diag->signal(SIGKILL);
+  EXPECT_EQ(route->wait(), 1);
+  EXPECT_EQ(route->out(),
+            "Route action failed with TN setup error: Failed to create UDP session towards TSI "
+            "proxy: DiagHandler is not connected.\n");
+  EXPECT_TRUE(eventually([&] { return system.usedSlots() == idle; }))
+      << "used " << system.usedSlots() << ", at start " << idle;
+  EXPECT_TRUE(system.service().running());
 }
 
 }  // namespace

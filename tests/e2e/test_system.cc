@@ -1,9 +1,12 @@
 #include "tests/e2e/test_system.h"
 
+#include <signal.h>
 #include <sys/stat.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "tests/e2e/programs.h"
 
@@ -40,7 +43,8 @@ bool contains(const std::string& text, const std::string& part) {
 
 }  // namespace
 
-TestSystem::TestSystem(const RunDir& dir) : dir_(dir) {
+TestSystem::TestSystem(const RunDir& dir, std::string serviceLog)
+    : dir_(dir), serviceLog_(std::move(serviceLog)) {
   for (const char* program : {programs::kPxmd, programs::kTraceController, programs::kKvnsh,
                               programs::kDaxoSim, programs::kLmcTool}) {
     if (*program == '\0') {
@@ -69,14 +73,44 @@ bool TestSystem::startService(std::vector<std::string> options) {
   // Saved states go to the run directory, never to a shared /tmp.
   service_ = std::make_unique<Process>(
       dir_, "service" + std::to_string(++serviceRuns_), programs::kTraceController,
-      std::move(options), Process::Env{{"KVN_LOG_STDERR", "debug"}, {"LOG_DIR", stateDir()}});
+      std::move(options), Process::Env{{"KVN_LOG_STDERR", serviceLog_}, {"LOG_DIR", stateDir()}});
+  slotsSeen_ = 0;
+  slotLines_ = 0;
+  // The loop logs its usage once when it starts, at info.
   if (!eventually(
-          [&] { return contains(service_->err(), "Mainloop starting") || !service_->running(); }) ||
+          [&] { return contains(service_->err(), "Routine table: ") || !service_->running(); }) ||
       !service_->running()) {
     error_ = "the service did not come up: " + service_->err();
     return false;
   }
   return true;
+}
+
+void TestSystem::readSlotLines() {
+  static const std::string kLine = "Routine table: ";
+  // The log may be long: read on from where the last call stopped.
+  std::ifstream in(dir_.file("service" + std::to_string(serviceRuns_) + ".err"));
+  in.seekg(static_cast<std::streamoff>(slotsSeen_));
+  for (std::string line; std::getline(in, line);) {
+    if (in.eof()) break;  // a line still being written
+    slotsSeen_ += line.size() + 1;
+    const size_t at = line.find(kLine);
+    if (at == std::string::npos) continue;
+    ++slotLines_;
+    lastSlots_ = std::atoi(line.c_str() + at + kLine.size());
+  }
+}
+
+int TestSystem::usedSlots() {
+  readSlotLines();
+  const int before = slotLines_;
+  service_->signal(SIGUSR1);
+  return eventually([&] {
+    readSlotLines();
+    return slotLines_ > before;
+  })
+             ? lastSlots_
+             : -1;
 }
 
 void TestSystem::describeAgent(int number, const std::string& moreRoutines,

@@ -24,7 +24,8 @@ class TestSystem {
  public:
   static constexpr uint32_t kDefaultMask = 0x100013;  // check, error, info, interface
 
-  explicit TestSystem(const RunDir& dir);
+  // The service logs to its standard error from `serviceLog` up (debug, info or error).
+  explicit TestSystem(const RunDir& dir, std::string serviceLog = "debug");
 
   // False (with the reason in `error()`) when a program is missing or did not come up.
   bool ok() const { return error_.empty(); }
@@ -32,6 +33,9 @@ class TestSystem {
 
   bool startService(std::vector<std::string> options = {});
   Process& service() { return *service_; }
+  // The routine table's used slots, as the service logs them on SIGUSR1 (its log must reach
+  // info); -1 if no answer came.
+  int usedSlots();
 
   // The description of agent `number`, with `moreRoutines` (JSON objects, comma-separated)
   // after its two routines and `moreFields` (JSON members) after the routines; written to
@@ -64,12 +68,19 @@ class TestSystem {
   std::string journalName(int number) const;
 
   const RunDir& dir_;
+  std::string serviceLog_;
   std::string error_;
   std::unique_ptr<PxmHub> hub_;
   std::unique_ptr<Process> service_;
   std::unique_ptr<Process> agents_[kAgents];
   int agentRuns_[kAgents] = {};
   int serviceRuns_ = 0;
+  // What usedSlots has read of the current service's standard error: up to where, how many
+  // usage lines and the last figure.
+  void readSlotLines();
+  size_t slotsSeen_ = 0;
+  int slotLines_ = 0;
+  int lastSlots_ = -1;
   int shellRuns_ = 0;
 };
 

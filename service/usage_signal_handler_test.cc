@@ -1,0 +1,46 @@
+#include "service/usage_signal_handler.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <memory>
+
+#include "tracing/log_capture.h"
+#include "util/pxm_mainloop.h"
+#include "util/routine.h"
+#include "util/routine_table.h"
+#include "util/routine_table_log.h"
+#include "util/testing/fake_pxm.h"
+#include "util/timer_queue.h"
+
+namespace {
+
+class NullLog : public kvn::RoutineTableLog {
+ public:
+  void error(const char*, ...) override {}
+  void info(const char*, ...) override {}
+  void debug(const char*, ...) override {}
+};
+
+TEST(UsageSignalHandler, EachSignalLogsTheUsedSlotsOnceFromTheLoop) {
+  kvn::log::LogCapture cap;
+  kvn::testing::FakePxm pxm;
+  NullLog log;
+  kvn::RoutineTable table(&pxm, kvn::testing::FakePxm::kBaseSignalNo, &log);
+  TimerQueue timers;
+  PxmMainloop loop(&pxm, "svc", &timers);
+  UsageSignalHandler::install(&loop, &table);
+  table.allocate(std::make_shared<kvn::Routine>());
+  pxm.runUntilIdle(loop);
+  EXPECT_EQ(cap.count(kvn::log::Level::Info, "Routine table: 1 slots used"), 1u) << "at start";
+  table.allocate(std::make_shared<kvn::Routine>());
+
+  raise(SIGUSR1);
+  EXPECT_EQ(cap.count("Routine table: 2 slots used"), 0u) << "not from the handler";
+  pxm.runUntilIdle(loop);
+  pxm.runUntilIdle(loop);
+  EXPECT_EQ(cap.count(kvn::log::Level::Info, "Routine table: 2 slots used"), 1u);
+  signal(SIGUSR1, SIG_DFL);
+}
+
+}  // namespace
