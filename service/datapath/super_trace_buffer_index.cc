@@ -388,7 +388,7 @@ double SuperTraceBufferIndex::peakLoad(const Blocks& blocks) const {
     s.push_back(starts[b]);
     e.push_back(blockEnd(b));
     d.push_back(blockDuration(b));
-    z.push_back(blockHeaders_[b].size);
+    z.push_back(static_cast<uint32_t>(blockHeaders_[b].size));
   }
   return PeakLoadSweep(std::move(s), std::move(e), std::move(d), std::move(z)).run();
 }
