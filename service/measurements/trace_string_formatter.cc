@@ -30,20 +30,20 @@ void readNumber(const std::string& s, size_t& i, long& value, long limit) {
   }
 }
 
-// Parses `spec` ("%...c"); false when it does not have the strict form of one conversion.
-bool parse(const std::string& spec, Conversion& c) {
+// Parses `conv` ("%...c"); false when it does not have the strict form of one conversion.
+bool parse(const std::string& conv, Conversion& c) {
   size_t i = 1;
-  while (i < spec.size() && strchr("-+ #0'", spec[i]) != nullptr) ++i;
-  readNumber(spec, i, c.width, TraceStringFormatter::kMaxField);
-  if (i < spec.size() && spec[i] == '.') {
+  while (i < conv.size() && strchr("-+ #0'", conv[i]) != nullptr) ++i;
+  readNumber(conv, i, c.width, TraceStringFormatter::kMaxField);
+  if (i < conv.size() && conv[i] == '.') {
     ++i;
-    readNumber(spec, i, c.precision, TraceStringFormatter::kMaxField);
+    readNumber(conv, i, c.precision, TraceStringFormatter::kMaxField);
   }
   const size_t lengthStart = i;
-  while (i < spec.size() && strchr("hlLqjzt", spec[i]) != nullptr) ++i;
-  c.length = spec.substr(lengthStart, i - lengthStart);
-  c.conversion = spec.back();
-  return i == spec.size() - 1;
+  while (i < conv.size() && strchr("hlLqjzt", conv[i]) != nullptr) ++i;
+  c.length = conv.substr(lengthStart, i - lengthStart);
+  c.conversion = conv.back();
+  return i == conv.size() - 1;
 }
 
 bool isSafe(const Conversion& c) {
@@ -55,23 +55,23 @@ bool isSafe(const Conversion& c) {
 }
 
 // One safe conversion of one 32-bit value, with the argument type printf expects for it.
-void appendConverted(std::string& out, const std::string& spec, const Conversion& c,
+void appendConverted(std::string& out, const std::string& conv, const Conversion& c,
                      uint32_t value) {
   char buf[2 * TraceStringFormatter::kMaxField + 64];
   int n;
   const bool isLong = c.length == "l";
   if (c.conversion == 'd' || c.conversion == 'i') {
     const int32_t v = static_cast<int32_t>(value);
-    n = isLong ? snprintf(buf, sizeof buf, spec.c_str(), static_cast<long>(v))
-               : snprintf(buf, sizeof buf, spec.c_str(), static_cast<int>(v));
+    n = isLong ? snprintf(buf, sizeof buf, conv.c_str(), static_cast<long>(v))
+               : snprintf(buf, sizeof buf, conv.c_str(), static_cast<int>(v));
   } else if (c.conversion == 'c') {
-    n = snprintf(buf, sizeof buf, spec.c_str(), static_cast<int>(value));
+    n = snprintf(buf, sizeof buf, conv.c_str(), static_cast<int>(value));
   } else {
-    n = isLong ? snprintf(buf, sizeof buf, spec.c_str(), static_cast<unsigned long>(value))
-               : snprintf(buf, sizeof buf, spec.c_str(), static_cast<unsigned>(value));
+    n = isLong ? snprintf(buf, sizeof buf, conv.c_str(), static_cast<unsigned long>(value))
+               : snprintf(buf, sizeof buf, conv.c_str(), static_cast<unsigned>(value));
   }
   if (n < 0) {
-    out += spec;
+    out += conv;
     return;
   }
   out.append(buf, static_cast<size_t>(n) < sizeof buf ? static_cast<size_t>(n) : sizeof buf - 1);
@@ -104,14 +104,14 @@ std::string TraceStringFormatter::format(const std::string& format, uint32_t arg
       out.append(format, percent, std::string::npos);
       break;
     }
-    const std::string spec = format.substr(percent, end + 1 - percent);
+    const std::string conv = format.substr(percent, end + 1 - percent);
     i = end + 1;
     Conversion c;
     const int arg = next++;
-    if (arg < kArgs && parse(spec, c) && isSafe(c))
-      appendConverted(out, spec, c, args[arg]);
+    if (arg < kArgs && parse(conv, c) && isSafe(c))
+      appendConverted(out, conv, c, args[arg]);
     else
-      out += spec;
+      out += conv;
   }
   return out;
 }
