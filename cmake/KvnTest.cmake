@@ -21,6 +21,11 @@ function(kvn_add_test name)
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gtest_main GTest::gmock)
   kvn_precompile(${name} <gtest/gtest.h> <gmock/gmock.h> ${ARG_PCH})
+  # A test's own code only drives the libraries, which keep the build's optimisation; at -O1 it
+  # builds in two thirds of the time.
+  if(CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo)$")
+    target_compile_options(${name} PRIVATE -O1)
+  endif()
   set(labels unit)
   if(ARG_LABELS)
     set(labels ${ARG_LABELS})
