@@ -228,9 +228,18 @@ void SoakRun::run() {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
 
-  // Quiet: every command to its end, then every agent started afresh without faults, which
-  // ends what routes and streams it had (their routines rightly stay while they run).
+  // Quiet: an agent that drops confirms is killed first, as it would have been soon, so that
+  // what waits on it ends; then every command to its end, then every agent started afresh
+  // without faults, which ends what routes and streams it had (their routines rightly stay
+  // while they run).
   if (!diag_->running() || diagBack_ != Clock::time_point::max()) startDiag();
+  for (int n = 1; n <= 5; ++n) {
+    Agent& agent = agents_[n - 1];
+    if (!agent.up || !agent.dropsConfirms) continue;
+    system_.agent(n).stop(SIGKILL);
+    ++figures_.agentKills;
+    agent.up = false;
+  }
   for (FrontEnd& fe : frontEnds_) {
     if (!fe.process) continue;
     const bool ended = fe.process->wait(kBound).has_value();
