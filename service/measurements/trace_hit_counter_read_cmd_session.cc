@@ -20,36 +20,13 @@ constexpr size_t kEntriesOffset = offsetof(KvnTraceHitCounterDataCfmS, entries);
 // `firstIndex` is 16 bits wide: rows beyond this can't be asked for.
 constexpr uint32_t kLastAddressableRow = 0xFFFF;
 
-void setInUse(const std::vector<uint16_t>& daxos, bool inUse) {
-  for (uint16_t n : daxos) DaxoTraceModel::get(n).traceHitCounter.inUse = inUse;
-}
-
 }  // namespace
 
 TraceHitCounterReadCmdSession::TraceHitCounterReadCmdSession(std::vector<uint16_t> daxos)
-    : daxos(std::move(daxos)) {
-  for (uint16_t n : this->daxos) {
-    const kvntrace::EventId event = DaxoTraceModel::getDaxoLostEvent(n);
-    lostEvents[event] = n;
-    subscribeEvent(event);
-  }
-}
+    : TraceHitCounterCmdSession(std::move(daxos)) {}
 
 void TraceHitCounterReadCmdSession::start() {
-  bool busy = false;
-  for (uint16_t n : daxos) {
-    if (DaxoTraceModel::get(n).traceHitCounter.inUse) {
-      text << "Trace hit counter is already in use on daxo " << n << "\n";
-      busy = true;
-    }
-  }
-  if (busy) {
-    ended = true;
-    print(text.str());
-    end(1);
-    return;
-  }
-  setInUse(daxos, true);
+  if (!claim()) return;
   for (uint16_t n : daxos) {
     const auto& proxy = DaxoTraceModel::get(n).traceHitCounter.proxy;
     auto* req = reinterpret_cast<KvnTraceHitCounterInfoReqS*>(
@@ -150,9 +127,9 @@ void TraceHitCounterReadCmdSession::agentComplete() {
 }
 
 void TraceHitCounterReadCmdSession::handleEvent(kvntrace::EventId event) {
-  auto it = lostEvents.find(event);
-  if (it == lostEvents.end() || ended) return;
-  const uint16_t agent = it->second;
+  const uint16_t* lostOne = lostAgent(event);
+  if (!lostOne) return;
+  const uint16_t agent = *lostOne;
   if (dataPhase) {
     text << "Lost daxo " << agent << " while retrieving trace hit table\n";
     return finish(1);
@@ -163,20 +140,6 @@ void TraceHitCounterReadCmdSession::handleEvent(kvntrace::EventId event) {
   if (awaitingInfo.erase(agent) == 0) return;
   --pending;
   infoCheck();
-}
-
-void TraceHitCounterReadCmdSession::abort(KvnTraceCtrlTaviAbortInd*&, size_t) {
-  if (ended) return;
-  ended = true;
-  setInUse(daxos, false);
-  end(1);
-}
-
-void TraceHitCounterReadCmdSession::finish(uint8_t result) {
-  ended = true;
-  setInUse(daxos, false);
-  print(text.str());
-  end(result);
 }
 
 }  // namespace kvn
