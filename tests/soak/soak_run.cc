@@ -92,16 +92,19 @@ void SoakRun::startAgent(int number, bool faults) {
   }
 }
 
+void SoakRun::killAgent(int number) {
+  Agent& agent = agents_[number - 1];
+  system_.agent(number).stop(SIGKILL);
+  ++figures_.agentKills;
+  agent.up = false;
+  agent.next = Clock::now() + millis(100, 1500);  // when it starts again
+}
+
 void SoakRun::tendAgents() {
   const auto now = Clock::now();
   for (int n = 1; n <= 5; ++n) {
     Agent& agent = agents_[n - 1];
-    if (agent.up && agent.dropsConfirms && now >= agent.next) {
-      system_.agent(n).stop(SIGKILL);
-      ++figures_.agentKills;
-      agent.up = false;
-      agent.next = now + millis(100, 1500);
-    }
+    if (agent.up && agent.dropsConfirms && now >= agent.next) killAgent(n);
     if (!agent.up && now >= agent.next) startAgent(n, true);
   }
 }
@@ -160,11 +163,7 @@ void SoakRun::fault() {
       fe.process->signal(SIGINT);
     }
   } else if (r < 75) {
-    if (!agent.up) return;
-    system_.agent(number).stop(SIGKILL);
-    ++figures_.agentKills;
-    agent.up = false;
-    agent.next = Clock::now() + millis(100, 1500);
+    if (agent.up) killAgent(number);
   } else if (diag_->running() && diagBack_ == Clock::time_point::max()) {
     ++figures_.diagBounces;
     if (r < 90) {
@@ -233,13 +232,8 @@ void SoakRun::run() {
   // without faults, which ends what routes and streams it had (their routines rightly stay
   // while they run).
   if (!diag_->running() || diagBack_ != Clock::time_point::max()) startDiag();
-  for (int n = 1; n <= 5; ++n) {
-    Agent& agent = agents_[n - 1];
-    if (!agent.up || !agent.dropsConfirms) continue;
-    system_.agent(n).stop(SIGKILL);
-    ++figures_.agentKills;
-    agent.up = false;
-  }
+  for (int n = 1; n <= 5; ++n)
+    if (agents_[n - 1].up && agents_[n - 1].dropsConfirms) killAgent(n);
   for (FrontEnd& fe : frontEnds_) {
     if (!fe.process) continue;
     const bool ended = fe.process->wait(kBound).has_value();

@@ -68,6 +68,7 @@ class SoakRun {
   void reap(FrontEnd& fe, bool overdue);
   void startCommand(FrontEnd& fe);
   void fault();
+  void killAgent(int number);
   void tendAgents();
   void startAgent(int number, bool faults);
   void startDiag();
