@@ -18,6 +18,11 @@ endfunction()
 # with CTest. PCH names heavy headers its sources share beside GoogleTest's own.
 function(kvn_add_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS;PCH" ${ARGN})
+  if(NOT KVN_TESTS)
+    # Still a target, so that what a directory adds to it configures; built only on demand.
+    add_executable(${name} EXCLUDE_FROM_ALL ${ARG_SOURCES})
+    return()
+  endif()
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gtest_main GTest::gmock)
   kvn_precompile(${name} <gtest/gtest.h> <gmock/gmock.h> ${ARG_PCH})

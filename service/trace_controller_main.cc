@@ -3,6 +3,8 @@
 #include <stdexcept>
 #include <string>
 
+#include <systemd/sd-daemon.h>
+
 #include "service/agents/agent_service_publisher.h"
 #include "service/agents/daxo_connect_client.h"
 #include "service/agents/daxo_connection_monitor.h"
@@ -156,7 +158,11 @@ int main(int argc, char** argv) {
 
     StopSignalHandler::install(&mainloop);
     UsageSignalHandler::install(&mainloop, &routineTable);
+    // The mailbox exists and the service's name is published: what arrives from now on is
+    // queued for the loop, so a supervisor may start what depends on the service.
+    sd_notify(0, "READY=1");
     mainloop.run();
+    sd_notify(0, "STOPPING=1");
   } catch (const std::runtime_error& e) {
     TC_LOG_ERROR("runtime_error exception: %s", e.what());
     return 1;

@@ -1,6 +1,10 @@
 // kvn-tracecontroller as a process: start-up, options, stop.
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -94,6 +98,47 @@ TEST_F(TraceControllerWithHubTest, SecondServiceWithTheSameMailboxNameFailsClean
   EXPECT_TRUE(first->running());
   EXPECT_EQ(other->stop(SIGINT), 0);
   EXPECT_EQ(first->stop(SIGHUP), 0);
+}
+
+// What a supervisor of the service hears on its notification socket.
+class NotifySocket {
+ public:
+  explicit NotifySocket(const std::string& path) : path_(path) {
+    fd_ = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    path.copy(addr.sun_path, sizeof(addr.sun_path) - 1);
+    bound_ = ::bind(fd_, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) == 0;
+  }
+  ~NotifySocket() { ::close(fd_); }
+  bool ok() const { return bound_; }
+  // The next datagram, or "" when none comes within 10 s.
+  std::string next() {
+    pollfd p{fd_, POLLIN, 0};
+    if (::poll(&p, 1, 10000) != 1) return "";
+    char buf[256];
+    const ssize_t n = ::recv(fd_, buf, sizeof(buf), 0);
+    return n > 0 ? std::string(buf, static_cast<size_t>(n)) : "";
+  }
+
+ private:
+  std::string path_;
+  int fd_ = -1;
+  bool bound_ = false;
+};
+
+TEST_F(TraceControllerWithHubTest, TellsItsSupervisorItIsReadyOnceItsNameIsPublished) {
+  NotifySocket notify(dir_.file("notify"));
+  ASSERT_TRUE(notify.ok());
+  auto p = service("service", {}, {{"NOTIFY_SOCKET", dir_.file("notify")}});
+  ASSERT_EQ(notify.next(), "READY=1") << p->err();
+  // Ready means that a caller finds the service by its name at once.
+  Process lookup(dir_, "lookup", programs::kPxmNs, {"lookup", "kvn-tracecontroller"});
+  EXPECT_EQ(lookup.wait(), 0);
+  EXPECT_TRUE(contains(lookup.out(), "kvn-tracecontroller")) << lookup.out();
+  p->signal(SIGTERM);
+  EXPECT_EQ(notify.next(), "STOPPING=1");
+  EXPECT_EQ(p->wait(), 0);
 }
 
 }  // namespace
