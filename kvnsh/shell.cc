@@ -21,9 +21,9 @@ void say(const std::string& text) { fprintf(stderr, "kvnsh: %s\n", text.c_str())
 
 const char kPromptHelp[] =
     "Type a command line as you would to a shell, e.g. zoth info or zoth echo 'a b'.\n"
-    "Commands: zoth and zomlek (usage: zoth -h, zomlek -h, and below, e.g. zoth route -h),\n"
-    "and zorf log (usage: zorf log status -h). Tab completes commands, options, agents,\n"
-    "profiles and destinations.\n"
+    "Commands: zoth and zomlek, with their usage at -h (zoth -h, zoth route -h, zomlek -h),\n"
+    "and zorf log, with its usage at zorf log status -h. Tab completes commands, options,\n"
+    "agents, profiles and destinations.\n"
     "Prompt commands: help, exit [STATUS], quit. Ctrl-C aborts a running command;\n"
     "Ctrl-D at an empty prompt leaves.\n";
 

@@ -2,6 +2,7 @@
 // scripts/run-system; and Tab there offers what that site has.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -56,12 +57,18 @@ TEST_F(ReadmeExamplesTest, CompletionOffersTheSitesAgentsAndProfiles) {
   EXPECT_EQ(complete({"-s", "nobody", "zorf", "log", "enable", "MOKA"}), "");
 }
 
-TEST_F(ReadmeExamplesTest, RefusedUsageOfZorfNamesWhatAnswers) {
+TEST_F(ReadmeExamplesTest, RefusedUsageOfZorfNamesWhatAnswersAsHelpDoes) {
   std::string out, err;
   EXPECT_EQ(site_.type("zorf log -h", out, err), 104);
   EXPECT_NE(err.find("zorf log status -h"), std::string::npos) << err;
-  EXPECT_EQ(site_.type("zorf log status -h", out, err), 1);
-  EXPECT_NE(out.find("log enable"), std::string::npos) << out;
+  // What the prompt's help suggests answers with a usage.
+  ASSERT_EQ(site_.type("help", out, err), 0);
+  for (const char* usage : {"zoth -h", "zoth route -h", "zomlek -h", "zorf log status -h"}) {
+    EXPECT_NE(out.find(usage), std::string::npos) << usage;
+    std::string text;
+    EXPECT_LT(site_.type(usage, text, err), 2) << usage << "\n" << err;
+    EXPECT_GT(std::count(text.begin(), text.end(), '\n'), 5) << usage << "\n" << text;
+  }
 }
 
 }  // namespace
