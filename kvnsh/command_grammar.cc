@@ -10,14 +10,9 @@ using Node = CommandGrammar::Node;
 using Words = std::vector<std::string>;
 
 Node node(std::string path, Words children, Words options, Words agentValued = {},
-          Words valued = {}, std::vector<Kind> positional = {}) {
-  return Node{std::move(path),
-              std::move(children),
-              std::move(options),
-              std::move(agentValued),
-              std::move(valued),
-              std::move(positional),
-              {}};
+          Words valued = {}, std::vector<Kind> positional = {}, Words words = {}) {
+  return Node{std::move(path),   std::move(children),   std::move(options), std::move(agentValued),
+              std::move(valued), std::move(positional), std::move(words)};
 }
 
 }  // namespace
@@ -36,7 +31,8 @@ const std::vector<CommandGrammar::Node>& CommandGrammar::nodes() {
         node("zoth info", {}, {"-h", "--help", "-v", "--verbose"}),
         node("zoth tracehitcounter", {"read", "clear"}, kHelp),
         node("zoth hwconfig", {"set", "get"}, {"-h", "--help", "-s", "--daxo"}, {"-s", "--daxo"}),
-        node("zoth route", {}, kHelp, {}, {}, {Kind::kRouteSource, Kind::kRouteDestination}),
+        node("zoth route", {}, kHelp, {}, {}, {Kind::kAgentSource, Kind::kRouteDestination},
+             {"token", "rtt", "lpp", "embuf"}),
         node("zoth recorder", {"start", "stop", "status", "dump"},
              {"-h", "--help", "--base64", "-t", "--time", "-d", "--duration"}, {},
              {"-t", "--time", "-d", "--duration"}),
@@ -69,7 +65,8 @@ const std::vector<CommandGrammar::Node>& CommandGrammar::nodes() {
     verbs("zoth tracehitcounter", {"read", "clear"}, {Kind::kAgent});
     verbs("zoth hwconfig", {"set", "get"}, {Kind::kWords},
           {"dqsmask", "tqpmask", "espmask", "acpmask", "rpsmask"});
-    verbs("zoth recorder", {"start", "stop", "status", "dump"}, {Kind::kAgent});
+    verbs("zoth recorder", {"start", "stop", "status"}, {Kind::kAgent});
+    verbs("zoth recorder", {"dump"}, {Kind::kAgentSource}, {"token", "rtt", "lpp"});
     verbs("zoth dest", {"del", "delete"}, {Kind::kDestination});
     verbs("zoth dest", {"add", "list"}, {});
     verbs("zoth profile", {"list"}, {Kind::kProfile});

@@ -17,7 +17,7 @@ class CommandGrammar {
     kAgent,
     kProfile,
     kDestination,
-    kRouteSource,
+    kAgentSource,
     kRouteDestination,
     kWords
   };
@@ -29,7 +29,8 @@ class CommandGrammar {
     std::vector<std::string> agentValued;  // options whose value names an agent
     std::vector<std::string> valued;       // other options that take a value
     std::vector<Kind> positional;          // what each word after the path is
-    std::vector<std::string> words;        // the candidates of a kWords position
+    std::vector<std::string> words;        // the candidates of a kWords position, or the
+                                           // sources of a kAgentSource one ("1:rtt")
   };
 
   // The node of `path`, or null.

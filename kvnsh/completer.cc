@@ -70,7 +70,7 @@ std::vector<std::string> Completer::complete(const std::vector<std::string>& wor
       if (isOption(w)) {
         if ((has(node->valued, w) || has(node->agentValued, w)) && ++i == typed) {
           // The partial word is the option's value.
-          if (has(node->agentValued, w)) found = namesOf(Kind::kAgent);
+          if (has(node->agentValued, w)) found = namesOf(Kind::kAgent, {});
           node = nullptr;
         }
         continue;
@@ -90,7 +90,7 @@ std::vector<std::string> Completer::complete(const std::vector<std::string>& wor
       found = node->children;
     } else if (positional < node->positional.size()) {
       const Kind kind = node->positional[positional];
-      found = kind == Kind::kWords ? node->words : namesOf(kind);
+      found = kind == Kind::kWords ? node->words : namesOf(kind, node->words);
     }
   }
 
@@ -161,7 +161,7 @@ std::vector<std::string> Completer::destinationsOf(const std::string& listText) 
   return out;
 }
 
-std::vector<std::string> Completer::namesOf(Kind kind) {
+std::vector<std::string> Completer::namesOf(Kind kind, const std::vector<std::string>& sources) {
   switch (kind) {
     case Kind::kAgent:
       return asked({"zoth", "info"}, &agentsOf);
@@ -169,12 +169,11 @@ std::vector<std::string> Completer::namesOf(Kind kind) {
       return asked({"zoth", "profile", "list"}, &profilesOf);
     case Kind::kDestination:
       return asked({"zoth", "dest", "list"}, &destinationsOf);
-    case Kind::kRouteSource: {
+    case Kind::kAgentSource: {
       std::vector<std::string> out;
       for (const std::string& agent : asked({"zoth", "info"}, &agentsOf)) {
         if (agent.find('/') != std::string::npos) continue;  // the numbers are short enough
-        for (const char* source : {"token", "rtt", "lpp", "embuf"})
-          out.push_back(agent + ":" + source);
+        for (const std::string& source : sources) out.push_back(agent + ":" + source);
       }
       return out;
     }

@@ -40,7 +40,9 @@ class Completer {
   static std::vector<std::string> destinationsOf(const std::string& listText);
 
  private:
-  std::vector<std::string> namesOf(CommandGrammar::Kind kind);
+  // `sources`: those of a kAgentSource.
+  std::vector<std::string> namesOf(CommandGrammar::Kind kind,
+                                   const std::vector<std::string>& sources);
   const std::vector<std::string>& asked(const std::vector<std::string>& command,
                                         std::vector<std::string> (*parse)(const std::string&));
 

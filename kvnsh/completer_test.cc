@@ -49,6 +49,8 @@ TEST_F(CompleterTest, NamesComeFromTheServiceOnceEach) {
   EXPECT_EQ(completer_.complete({"zomlek", "dspload", "start", "-s", "M"}), Words{"MOKA/1"});
   EXPECT_EQ(completer_.complete({"zorf", "log", "enable", "1", "S"}), Words{"Scheduling"});
   EXPECT_EQ(completer_.complete({"zoth", "route", "3:r"}), Words{"3:rtt"});
+  EXPECT_EQ(completer_.complete({"zoth", "recorder", "dump", "1:"}),
+            (Words{"1:lpp", "1:rtt", "1:token"}));
   EXPECT_EQ(completer_.complete({"zoth", "route", "1:rtt", "n"}), Words{"net1"});
   EXPECT_EQ(completer_.complete({"zoth", "dest", "del", ""}), Words{"net1"});
   EXPECT_EQ(asked_, (std::map<std::string, int>{

@@ -1,6 +1,8 @@
-// kvn-command-usage: prints every command of the service's command tree with the usage that the
-// service itself answers, as scdoc text for the COMMANDS section of kvnsh(1). It asks the tree
-// exactly as a shell's `-h` would, so the manual shows what an operator sees.
+// kvn-command-usage: the parts of kvnsh(1) that the programs themselves know, as scdoc text.
+// `commands`: every command of the service's command tree with the usage that the service
+// answers, asked exactly as a shell's `-h` would, so the manual shows what an operator sees.
+// `statuses`: the shell's own exit statuses, as `kvnsh --help` lists them.
+#include <ctype.h>
 #include <stdio.h>
 
 #include <memory>
@@ -8,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "kvnsh/shell_options.h"
 #include "service/command_tree.h"
 #include "util/cmd_parser.h"
 #include "util/cmd_parser_error.h"
@@ -95,12 +98,37 @@ void describe(kvn::CmdParser& root, const std::vector<std::string>& below) {
   literal(ask(root, *instead).text);
 }
 
+// "  100  bad option ...", below "Exit status:".
+void statuses() {
+  std::istringstream in(kvnsh::ShellOptions::usage());
+  bool listed = false;
+  for (std::string line; std::getline(in, line);) {
+    listed = listed || line.compare(0, 12, "Exit status:") == 0;
+    unsigned status = 0;
+    int at = 0;
+    if (!listed || line.compare(0, 2, "  ") != 0 || !isdigit(static_cast<unsigned char>(line[2])) ||
+        sscanf(line.c_str(), "%u  %n", &status, &at) != 1 || at == 0)
+      continue;
+    std::string meaning = line.substr(static_cast<size_t>(at));
+    meaning[0] = static_cast<char>(toupper(static_cast<unsigned char>(meaning[0])));
+    printf("*%u*\n\t%s.\n\n", status, meaning.c_str());
+  }
+}
+
 }  // namespace
 
-int main() {
-  for (const auto& root : kvn::makeCommandTree()) {
-    describe(*root, {});
-    for (const std::string& sub : subcommands(*root)) describe(*root, {sub});
+int main(int argc, char** argv) {
+  const std::string what = argc > 1 ? argv[1] : "";
+  if (what == "statuses") {
+    statuses();
+  } else if (what == "commands") {
+    for (const auto& root : kvn::makeCommandTree()) {
+      describe(*root, {});
+      for (const std::string& sub : subcommands(*root)) describe(*root, {sub});
+    }
+  } else {
+    fprintf(stderr, "usage: kvn-command-usage commands|statuses\n");
+    return 2;
   }
   return 0;
 }
