@@ -23,6 +23,8 @@ Prompt::Prompt(const char* program, std::string prompt, std::string historyPath)
   el_set(el_, EL_PROMPT, &Prompt::promptText);
   el_set(el_, EL_EDITOR, "emacs");
   el_set(el_, EL_HIST, history, history_);
+  el_set(el_, EL_ADDFN, "kvnsh-complete", "Complete the word", &Prompt::completeKey);
+  el_set(el_, EL_BIND, "^I", "kvnsh-complete", nullptr);
   el_source(el_, nullptr);  // the operator's own ~/.editrc, if any
 }
 
@@ -36,6 +38,32 @@ const char* Prompt::promptText(editline* el) {
   Prompt* self = nullptr;
   el_get(el, EL_CLIENTDATA, &self);
   return self ? self->prompt_.c_str() : "> ";
+}
+
+unsigned char Prompt::completeKey(editline* el, int) {
+  Prompt* self = nullptr;
+  el_get(el, EL_CLIENTDATA, &self);
+  if (!self || !self->complete_) return CC_ERROR;
+  const LineInfo* li = el_line(el);
+  std::string partial;
+  const std::vector<std::string> found =
+      self->complete_(std::string(li->buffer, li->cursor), &partial);
+  if (found.empty()) return CC_ERROR;
+  std::string common = found.front();
+  for (const std::string& f : found) {
+    size_t n = 0;
+    while (n < common.size() && n < f.size() && common[n] == f[n]) ++n;
+    common.resize(n);
+  }
+  if (found.size() == 1) common += ' ';
+  if (common.size() > partial.size()) {
+    el_insertstr(el, common.c_str() + partial.size());
+    return CC_REFRESH;
+  }
+  fputc('\n', stdout);
+  for (const std::string& f : found) fprintf(stdout, "%s  ", f.c_str());
+  fputc('\n', stdout);
+  return CC_REDISPLAY;
 }
 
 Prompt::Read Prompt::read(std::string* line) {

@@ -4,7 +4,9 @@
 
 #include <stdio.h>
 
+#include <functional>
 #include <string>
+#include <vector>
 
 struct editline;
 struct history;
@@ -27,11 +29,19 @@ class Prompt {
   void remember(const std::string& line);
   bool interactive() const { return el_ != nullptr; }
 
+  // Tab: given the line up to the cursor, the candidates for the word being typed, which it
+  // puts in `partial`.
+  using Complete =
+      std::function<std::vector<std::string>(const std::string& line, std::string* partial)>;
+  void setCompletion(Complete complete) { complete_ = std::move(complete); }
+
  private:
   static const char* promptText(editline* el);
+  static unsigned char completeKey(editline* el, int key);
 
   std::string prompt_;
   std::string historyPath_;
+  Complete complete_;
   editline* el_ = nullptr;
   history* history_ = nullptr;
   char* plainBuffer_ = nullptr;

@@ -11,6 +11,7 @@
 #include "kvnsh/exit_status.h"
 #include "kvnsh/interrupt_counter.h"
 #include "kvnsh/prompt.h"
+#include "kvnsh/service_query.h"
 #include "kvnsh/word_splitter.h"
 
 namespace kvnsh {
@@ -20,9 +21,19 @@ void say(const std::string& text) { fprintf(stderr, "kvnsh: %s\n", text.c_str())
 
 const char kPromptHelp[] =
     "Type a command line as you would to a shell, e.g. zoth info or zoth echo 'a b'.\n"
-    "Root commands: zoth, zorf, zomlek; add -h for their usage, e.g. zoth -h.\n"
+    "Commands: zoth and zomlek, with their usage at -h (zoth -h, zoth route -h, zomlek -h),\n"
+    "and zorf log, with its usage at zorf log status -h. Tab completes commands, options,\n"
+    "agents, profiles and destinations.\n"
     "Prompt commands: help, exit [STATUS], quit. Ctrl-C aborts a running command;\n"
     "Ctrl-D at an empty prompt leaves.\n";
+
+// `zorf -h` and `zorf log -h` are refused by the service (zorf log reads its first word
+// before any option); a new operator is told where the usage is.
+void hintUsage(const std::vector<std::string>& words) {
+  bool help = false;
+  for (const std::string& w : words) help = help || w == "-h" || w == "--help";
+  if (help && words[0] == "zorf") say("the usage of zorf log comes with: zorf log status -h");
+}
 
 }  // namespace
 
@@ -61,7 +72,9 @@ int Shell::runWords(const std::vector<std::string>& words) {
     out.setDump(progress.get());
   }
   CommandRunner runner(mailbox_, out, &InterruptCounter::count, say);
-  return runner.run(options_.service, service, nextRoutine(), words);
+  const int status = runner.run(options_.service, service, nextRoutine(), words);
+  if (status == kExitRefusedNotImplemented) hintUsage(words);
+  return status;
 }
 
 int Shell::runLine(const std::string& line, bool* quit) {
@@ -94,7 +107,19 @@ int Shell::runLine(const std::string& line, bool* quit) {
   return runWords(words);
 }
 
+Completer Shell::completer() {
+  // Short enough for a Tab; a service that answers slower gives no names.
+  constexpr uint32_t kQueryTimeoutMs = 300;
+  return Completer(ServiceQuery(
+      mailbox_, options_.service, [this] { return nextRoutine(); }, kQueryTimeoutMs));
+}
+
 int Shell::interactive(Prompt& prompt) {
+  prompt.setCompletion([this](const std::string& line, std::string* partial) {
+    Completer::LineCompletion c = completer().completeLine(line);
+    *partial = c.partial;
+    return c.candidates;
+  });
   int last = 0;
   std::string line;
   for (;;) {

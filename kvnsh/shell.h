@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "kvnsh/completer.h"
 #include "kvnsh/mailbox.h"
 #include "kvnsh/output_file.h"
 #include "kvnsh/shell_options.h"
@@ -26,6 +27,8 @@ class Shell {
   int runWords(const std::vector<std::string>& words);
   // Reads lines until the end of input or exit; returns the status of the last command.
   int interactive(Prompt& prompt);
+  // A completer that asks this shell's service, briefly, for the names only it knows.
+  Completer completer();
 
  private:
   // Runs one typed line. Sets `quit` for exit and quit.

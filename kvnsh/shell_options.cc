@@ -41,6 +41,11 @@ bool ShellOptions::parse(int argc, const char* const* argv, const Getenv& getenv
       break;
     }
     if (arg.size() < 2 || arg[0] != '-') break;
+    if (arg == "--complete") {  // the words that follow are the line to complete
+      out->complete = true;
+      ++i;
+      break;
+    }
     if (arg == "-h" || arg == "--help") {
       out->help = true;
       continue;
@@ -117,6 +122,8 @@ std::string ShellOptions::usage() {
       "                        base64 and a raw dump is refused on a terminal; FILE is\n"
       "                        replaced only when the command succeeds, else the data is\n"
       "                        kept in FILE.partial (environment KVNSH_OUTPUT)\n"
+      "  --complete WORDS...   print the candidates for the last of WORDS, one a line (the\n"
+      "                        bash completion's and the prompt's Tab)\n"
       "  -h, --help            show this text\n"
       "\n"
       "Ctrl-C during a command aborts it and waits for its end; a second Ctrl-C stops waiting.\n"

@@ -14,6 +14,7 @@ struct ShellOptions {
   std::string nameSpace;
   std::string output;  // where binary output goes; empty: base64 on standard output
   bool help = false;
+  bool complete = false;           // --complete: `words` is a line to complete
   std::vector<std::string> words;  // the command; empty: the interactive prompt
 
   using Getenv = std::function<const char*(const char*)>;

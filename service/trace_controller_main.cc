@@ -9,30 +9,19 @@
 #include "service/agents/daxo_connect_client.h"
 #include "service/agents/daxo_connection_monitor.h"
 #include "service/agents/daxo_trace_model.h"
-#include "service/agents/info_cmd_parser.h"
-#include "service/datapath/dest_cmd_parser.h"
+#include "service/command_tree.h"
 #include "service/datapath/diag_handler_client_routine.h"
-#include "service/datapath/recorder_cmd_parser.h"
-#include "service/datapath/route_cmd_parser.h"
 #include "service/datapath/super_trace.h"
 #include "service/datapath/trace_data_path_connect_hooks.h"
 #include "service/datapath/trace_destination_store.h"
-#include "service/measurements/cm_pool_usage_cmd_parser.h"
-#include "service/measurements/dsp_load_cmd_parser.h"
 #include "service/measurements/dsp_load_controller.h"
-#include "service/measurements/echo_cmd_parser.h"
-#include "service/measurements/hw_config_cmd_parser.h"
-#include "service/measurements/trace_hit_counter_cmd_parser.h"
 #include "service/stop_signal_handler.h"
 #include "service/trace_controller_context.h"
 #include "service/trace_controller_options.h"
 #include "service/trace_controller_routine_table_log.h"
-#include "service/tracecontrol/log_cmd_parser.h"
-#include "service/tracecontrol/profile_cmd_parser.h"
 #include "service/tracecontrol/trace_control_connect_hooks.h"
 #include "service/usage_signal_handler.h"
 #include "tracing/log.h"
-#include "util/cmd_parser.h"
 #include "util/cmd_session_factory.h"
 #include "util/event.h"
 #include "util/hkm_pxm.h"
@@ -42,7 +31,6 @@
 #include "util/routine_proxy.h"
 #include "util/routine_table.h"
 #include "util/timer_queue.h"
-#include "util/zorf_cmd_parser.h"
 
 namespace {
 constexpr uint32_t kBaseSignalNo = 0x170802D;
@@ -117,24 +105,7 @@ int main(int argc, char** argv) {
     context.destinations =
         std::make_shared<kvn::TraceDestinationStore>(&routineTable, connectionMonitor.get());
 
-    // The command tree; sub-commands are added below their root, from the root down.
-    auto zoth = std::make_shared<kvn::CmdParser>("zoth", "Base band trace session.");
-    cmdSessionFactory->addRootParser(zoth);
-    zoth->addSubcommand(std::make_shared<kvn::InfoCmdParser>());
-    zoth->addSubcommand(std::make_shared<kvn::TraceHitCounterCmdParser>());
-    zoth->addSubcommand(std::make_shared<kvn::HwConfigCmdParser>());
-    zoth->addSubcommand(std::make_shared<kvn::RouteCmdParser>());
-    zoth->addSubcommand(std::make_shared<kvn::RecorderCmdParser>());
-    zoth->addSubcommand(std::make_shared<kvn::DestCmdParser>());
-    zoth->addSubcommand(std::make_shared<kvn::ProfileCmdParser>());
-    zoth->addSubcommand(std::make_shared<kvn::EchoCmdParser>());
-    auto zorf = std::make_shared<kvn::ZorfCmdParser>("zorf", "Base band trace & error.");
-    cmdSessionFactory->addRootParser(zorf);
-    zorf->addSubcommand(std::make_shared<kvn::LogCmdParser>());
-    auto zomlek = std::make_shared<kvn::CmdParser>("zomlek", "Base band capacity session.");
-    cmdSessionFactory->addRootParser(zomlek);
-    zomlek->addSubcommand(std::make_shared<kvn::DspLoadCmdParser>());
-    zomlek->addSubcommand(std::make_shared<kvn::CmPoolUsageCmdParser>());
+    for (const auto& root : kvn::makeCommandTree()) cmdSessionFactory->addRootParser(root);
 
     mainloop.setDispatcher(kBaseSignalNo,
                            [&routineTable](pxm_mbox_id_t sender, pxm_msg*& msg, size_t size) {
