@@ -120,8 +120,9 @@ long SuperTraceHandler::advance() {
 
 void SuperTraceHandler::fill(double seconds) {
   if (seconds <= 0) return;
+  bool dropped = false;  // a record found no room: the buffer is as full as it gets
   if (producing_ && writer_) {
-    fillRecords(seconds, !consuming_);
+    dropped = !fillRecords(seconds, !consuming_);
   } else if (producing_) {
     producedCarry_ += settings_.producerRate * seconds;
     const uint64_t words = static_cast<uint64_t>(std::floor(producedCarry_ + kRounding));
@@ -131,7 +132,7 @@ void SuperTraceHandler::fill(double seconds) {
       if (sourceMask_ & (1u << source)) buffer_.produce(source, words, now, !consuming_);
   }
   if (producing_) {
-    if (consuming_ && buffer_.level() >= buffer_.capacity() && !fullSent_) {
+    if (consuming_ && (dropped || buffer_.level() >= buffer_.capacity()) && !fullSent_) {
       fullSent_ = true;
       indicate(kBufferFullInd, "buffer_full");
     }
@@ -151,19 +152,22 @@ void SuperTraceHandler::fill(double seconds) {
   }
 }
 
-void SuperTraceHandler::fillRecords(double seconds, bool overwrite) {
+bool SuperTraceHandler::fillRecords(double seconds, bool overwrite) {
   recordCarry_ += settings_.recordRate * seconds;
   const uint64_t records = static_cast<uint64_t>(std::floor(recordCarry_ + kRounding));
   recordCarry_ -= static_cast<double>(records);
   const SimulatedBuffer::Time now = wallTime(sinceStartUs(last_));
+  bool stored = true;
   for (uint8_t source = 0; source < SimulatedBuffer::kSources; ++source) {
     if (!(sourceMask_ & (1u << source))) continue;
     for (uint64_t i = 0; i < records; ++i) {
       scratch_.clear();
       if (!writer_->next(source, now, scratch_)) break;  // nothing enabled
-      buffer_.produceRecord(source, scratch_.data(), scratch_.size(), now, overwrite);
+      stored =
+          buffer_.produceRecord(source, scratch_.data(), scratch_.size(), now, overwrite) && stored;
     }
   }
+  return stored;
 }
 
 bool SuperTraceHandler::writeText(const std::string& text) {

@@ -58,7 +58,8 @@ class SuperTraceHandler : public AgentHandler {
   };
 
   void fill(double seconds);
-  void fillRecords(double seconds, bool overwrite);
+  // False when a record found no room.
+  bool fillRecords(double seconds, bool overwrite);
   void indicate(uint16_t submsgno, const char* event);
   void note(nlohmann::json entry);
 

@@ -3,7 +3,6 @@
 #include <stdlib.h>
 
 #include <algorithm>
-#include <tuple>
 
 #include "tracetables/trace_lmc_reader.h"
 
@@ -11,17 +10,13 @@ namespace kvn::daxosim {
 
 namespace {
 
-constexpr uint8_t kGroups = 22;
+constexpr uint32_t kAllGroups = 0x3FFFFF;
 
 void put(std::vector<uint8_t>& out, uint32_t value, int bytes) {
   for (int i = bytes - 1; i >= 0; --i) out.push_back(static_cast<uint8_t>(value >> (8 * i)));
 }
 
 }  // namespace
-
-bool TraceRecordWriter::Item::operator<(const Item& o) const {
-  return std::tie(kind, id, group) < std::tie(o.kind, o.id, o.group);
-}
 
 TraceRecordWriter::TraceRecordWriter(uint8_t agent, const std::map<uint16_t, uint32_t>& masks,
                                      const std::map<uint16_t, bool>& differs,
@@ -44,33 +39,39 @@ std::map<uint16_t, bool> TraceRecordWriter::utraceDefaults(const std::string& lm
   return defaults;
 }
 
-bool TraceRecordWriter::enabled(const Item& item) const {
-  if (item.kind == Record::kTraceObject) {
-    auto it = masks_.find(item.id);
-    return it != masks_.end() && (it->second >> item.group & 1) != 0;
-  }
-  auto d = defaults_.find(item.id);
-  auto x = differs_.find(item.id);
+// A utrace point is on when its default is, unless the service said it differs.
+bool TraceRecordWriter::pointOn(uint16_t id) const {
+  auto d = defaults_.find(id);
+  auto x = differs_.find(id);
   return d != defaults_.end() && d->second != (x != differs_.end() && x->second);
 }
 
-// The first enabled item after `after` (or the first of all), wrapping round once.
+// The first enabled item after `after` (or the first of all), wrapping round once: trace
+// object pairs in strId and group order, then utrace points in id order.
 bool TraceRecordWriter::following(const Item* after, Item& item) const {
-  Item first{}, next{};
-  bool haveFirst = false, haveNext = false;
-  auto consider = [&](const Item& i) {
-    if (!enabled(i)) return;
-    if (!haveFirst || i < first) first = i, haveFirst = true;
-    if (after && *after < i && (!haveNext || i < next)) next = i, haveNext = true;
-  };
-  for (const auto& [strId, mask] : masks_)
-    for (uint8_t g = 0; g < kGroups; ++g)
-      if (mask >> g & 1) consider({Record::kTraceObject, strId, g});
-  for (const auto& [id, on] : defaults_) consider({Record::kUtrace, id, Record::kNoGroup});
-  const Item* best = haveNext ? &next : haveFirst ? &first : nullptr;
-  if (!best) return false;
-  item = *best;
-  return true;
+  for (int round = 0; round < 2; ++round) {
+    const Item* from = round == 0 ? after : nullptr;
+    if (!from || from->kind == Record::kTraceObject) {
+      for (auto it = from ? masks_.lower_bound(from->id) : masks_.begin(); it != masks_.end();
+           ++it) {
+        uint32_t groups = it->second & kAllGroups;
+        if (from && it->first == from->id) groups &= ~((2u << from->group) - 1);  // those after
+        if (groups != 0) {
+          item = {Record::kTraceObject, it->first, static_cast<uint8_t>(__builtin_ctz(groups))};
+          return true;
+        }
+      }
+    }
+    for (auto it = from && from->kind == Record::kUtrace ? defaults_.upper_bound(from->id)
+                                                         : defaults_.begin();
+         it != defaults_.end(); ++it) {
+      if (pointOn(it->first)) {
+        item = {Record::kUtrace, it->first, Record::kNoGroup};
+        return true;
+      }
+    }
+  }
+  return false;
 }
 
 void TraceRecordWriter::header(uint8_t kind, uint8_t source, uint8_t group,

@@ -43,9 +43,8 @@ class TraceRecordWriter {
     uint8_t kind;
     uint16_t id;
     uint8_t group;
-    bool operator<(const Item& o) const;
   };
-  bool enabled(const Item& item) const;
+  bool pointOn(uint16_t id) const;
   bool following(const Item* after, Item& item) const;
   void header(uint8_t kind, uint8_t source, uint8_t group, const SimulatedBuffer::Time& now,
               size_t length, std::vector<uint8_t>& out);

@@ -22,7 +22,8 @@ namespace kvn::daxosim {
 class UdpStream {
  public:
   static constexpr size_t kDatagramBytes = 1400;
-  static constexpr size_t kMaxDatagramsPerSend = 16;  // what is consumed beyond is not sent
+  // Of counter words; what is consumed beyond is not sent.
+  static constexpr size_t kMaxDatagramsPerSend = 16;
 
   // `sessionsDir` empty: nothing is ever sent.
   UdpStream(std::string sessionsDir, Journal& journal);
