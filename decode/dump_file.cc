@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace kvn::decode {
@@ -27,9 +28,13 @@ std::vector<uint8_t> DumpFile::read(const std::string& path, Encoding encoding) 
   const int fd = path == "-" ? 0 : open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) throw Error("cannot open " + path + ": " + strerror(errno));
   std::vector<uint8_t> bytes;
+  struct stat st;
+  const size_t step = fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0
+                          ? static_cast<size_t>(st.st_size) + 1  // + 1: to see the end at once
+                          : size_t{1} << 20;
   for (;;) {
     const size_t at = bytes.size();
-    bytes.resize(at + (1 << 20));
+    bytes.resize(at + step);
     const ssize_t n = ::read(fd, bytes.data() + at, bytes.size() - at);
     if (n < 0 && errno == EINTR) {
       bytes.resize(at);

@@ -38,7 +38,7 @@ void appendEscaped(std::string& out, const char* s, size_t n) {
     }
   }
 }
-void appendEscaped(std::string& out, const std::string& s) {
+void appendEscaped(std::string& out, std::string_view s) {
   appendEscaped(out, s.data(), s.size());
 }
 
@@ -85,8 +85,8 @@ void RecordDecoder::noteSequence(const TraceRecord& r) {
   it->second = static_cast<uint16_t>(r.sequence + 1);
 }
 
-void RecordDecoder::print(const TraceRecord& r, uint64_t offset, const std::string& object,
-                          const std::string& group, const std::string& text) {
+void RecordDecoder::print(const TraceRecord& r, uint64_t offset, std::string_view object,
+                          std::string_view group, std::string_view text) {
   if (output_ == Output::kJson) {
     nlohmann::json j = {{"offset", offset},
                         {"time", timeText(r.seconds, r.microseconds)},
@@ -94,9 +94,9 @@ void RecordDecoder::print(const TraceRecord& r, uint64_t offset, const std::stri
                         {"agent", r.agent},
                         {"source", kSourceNames[r.source]},
                         {"sequence", r.sequence},
-                        {"object", object},
-                        {"group", group},
-                        {"text", text}};
+                        {"object", std::string(object)},
+                        {"group", std::string(group)},
+                        {"text", std::string(text)}};
     if (r.kind != TraceRecord::kText) {
       j["objectId"] = r.objectId;
       j["formatIndex"] = r.formatIndex;
@@ -108,7 +108,16 @@ void RecordDecoder::print(const TraceRecord& r, uint64_t offset, const std::stri
   char head[96];
   snprintf(head, sizeof head, " bfn 0x%08x daxo %u %s ", static_cast<unsigned>(r.bfn),
            static_cast<unsigned>(r.agent), kSourceNames[r.source]);
-  out_ += timeText(r.seconds, r.microseconds);
+  // Records come many to a second: the date and time of day are made once for each second.
+  if (r.seconds != lineSeconds_ || lineTime_.empty()) {
+    lineSeconds_ = r.seconds;
+    lineTime_ = timeText(r.seconds, 0);
+    lineTime_.resize(lineTime_.size() - 6);  // the microseconds follow below
+  }
+  char us[8];
+  snprintf(us, sizeof us, "%06u", static_cast<unsigned>(std::min(r.microseconds, 999999u)));
+  out_ += lineTime_;
+  out_ += us;
   out_ += head;
   appendEscaped(out_, object);
   out_ += ' ';
@@ -149,11 +158,11 @@ void RecordDecoder::decode(const uint8_t* data, size_t size, uint64_t offset) {
     const uint64_t at = offset + pos;
     pos += r.length;
     noteSequence(r);
-    std::string object, group, text;
+    std::string_view object, group, text;
     if (r.kind == TraceRecord::kText) {
       object = "echo";
       group = "text";
-      text.assign(r.text, r.textSize);
+      text = std::string_view(r.text, r.textSize);
     } else if (r.kind == TraceRecord::kTraceObject) {
       if (r.objectId >= tables_.objectNames.size()) {
         report(at, "unknown object " + std::to_string(r.objectId), r.length);
@@ -169,8 +178,9 @@ void RecordDecoder::decode(const uint8_t* data, size_t size, uint64_t offset) {
       }
       object = tables_.objectNames[r.objectId];
       group = TraceGroupTable::name(r.group);
-      text = TraceStringFormatter::format(tables_.formats[r.formatIndex], r.args[0], r.args[1],
-                                          r.args[2]);
+      formatted_ = TraceStringFormatter::format(tables_.formats[r.formatIndex], r.args[0],
+                                                r.args[1], r.args[2]);
+      text = formatted_;
     } else {
       auto point = tables_.utrace.find(r.objectId);
       if (point == tables_.utrace.end()) {
@@ -183,8 +193,9 @@ void RecordDecoder::decode(const uint8_t* data, size_t size, uint64_t offset) {
       }
       object = point->second;
       group = "utrace";
-      text = TraceStringFormatter::format(tables_.strings[r.formatIndex], r.args[0], r.args[1],
-                                          r.args[2]);
+      formatted_ = TraceStringFormatter::format(tables_.strings[r.formatIndex], r.args[0],
+                                                r.args[1], r.args[2]);
+      text = formatted_;
     }
     ++records_;
     ++bySource_[r.source];

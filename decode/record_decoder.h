@@ -11,6 +11,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "decode/agent_tables.h"
 #include "tracerecords/trace_record.h"
@@ -46,8 +47,8 @@ class RecordDecoder {
 
  private:
   void report(uint64_t offset, const std::string& what, size_t skipped);
-  void print(const tracerecords::TraceRecord& r, uint64_t offset, const std::string& object,
-             const std::string& group, const std::string& text);
+  void print(const tracerecords::TraceRecord& r, uint64_t offset, std::string_view object,
+             std::string_view group, std::string_view text);
   void noteSequence(const tracerecords::TraceRecord& r);
 
   const AgentTables& tables_;
@@ -55,6 +56,9 @@ class RecordDecoder {
   std::string& out_;
   std::function<void()> onFull_;
   uint64_t limit_ = 0;
+  std::string formatted_;  // the text of the record at hand
+  uint32_t lineSeconds_ = 0;
+  std::string lineTime_;  // the time of day of lineSeconds_, up to its "."
   uint64_t records_ = 0;
   uint64_t unreadable_ = 0;
   uint64_t bySource_[tracerecords::TraceRecord::kSources] = {};
