@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "lmc/big_endian.h"
 #include "tracerecords/trace_record_reader.h"
 #include "tracetables/trace_group_table.h"
 #include "tracetables/trace_string_formatter.h"
@@ -38,9 +39,7 @@ void appendEscaped(std::string& out, const char* s, size_t n) {
     }
   }
 }
-void appendEscaped(std::string& out, std::string_view s) {
-  appendEscaped(out, s.data(), s.size());
-}
+void appendEscaped(std::string& out, std::string_view s) { appendEscaped(out, s.data(), s.size()); }
 
 // "2016-11-15 13:14:46.123456", UTC.
 std::string timeText(uint32_t seconds, uint32_t microseconds) {
@@ -213,8 +212,7 @@ void RecordDecoder::decodeDatagram(const uint8_t* data, size_t size) {
     report(at, "a datagram shorter than its sequence number", size);
     return;
   }
-  const uint32_t seq = static_cast<uint32_t>(data[0]) << 24 | static_cast<uint32_t>(data[1]) << 16 |
-                       static_cast<uint32_t>(data[2]) << 8 | data[3];
+  const uint32_t seq = lmc::loadBe32(data);
   if (datagrams_++ > 0 && seq != nextDatagram_) ++datagramGaps_;
   nextDatagram_ = seq + 1;
   decode(data + TraceRecord::kDatagramHeaderSize, size - TraceRecord::kDatagramHeaderSize,

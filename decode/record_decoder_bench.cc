@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "bench/ratio_reporter.h"
+#include "bench/smoke_flag.h"
 #include "decode/agent_tables.h"
 #include "decode/dump_file.h"
 #include "decode/record_decoder.h"
@@ -108,13 +109,7 @@ BENCHMARK(BM_DecodeDump)->UseRealTime()->Unit(benchmark::kMillisecond);
 }  // namespace
 
 int main(int argc, char** argv) {
-  for (int i = 1; i < argc; ++i)
-    if (std::string(argv[i]) == "--smoke") {
-      g_bytes = 4u << 20;
-      for (int j = i; j + 1 < argc; ++j) argv[j] = argv[j + 1];
-      --argc;
-      break;
-    }
+  if (kvn::bench::SmokeFlag::take(argc, argv)) g_bytes = 4u << 20;
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   kvn::bench::RatioReporter reporter(

@@ -1,16 +1,11 @@
 #include "tracerecords/trace_record_reader.h"
 
+#include "lmc/big_endian.h"
+
 namespace kvn::tracerecords {
 
-namespace {
-
-uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
-uint32_t be32(const uint8_t* p) {
-  return static_cast<uint32_t>(p[0]) << 24 | static_cast<uint32_t>(p[1]) << 16 |
-         static_cast<uint32_t>(p[2]) << 8 | p[3];
-}
-
-}  // namespace
+using lmc::loadBe16;
+using lmc::loadBe32;
 
 size_t TraceRecordReader::sizeOf(uint8_t kind, size_t argCount, size_t textSize) {
   if (kind == TraceRecord::kText) return TraceRecord::kHeaderSize + textSize + textSize % 2;
@@ -20,7 +15,7 @@ size_t TraceRecordReader::sizeOf(uint8_t kind, size_t argCount, size_t textSize)
 TraceRecordReader::Status TraceRecordReader::read(const uint8_t* data, size_t size,
                                                   TraceRecord& r) {
   if (size < TraceRecord::kHeaderSize) return Status::kShortHeader;
-  r.length = be16(data);
+  r.length = loadBe16(data);
   if (r.length % 2 != 0 || r.length < TraceRecord::kHeaderSize || r.length > TraceRecord::kMaxSize)
     return Status::kBadLength;
   if (r.length > size) return Status::kPastTheData;
@@ -28,13 +23,13 @@ TraceRecordReader::Status TraceRecordReader::read(const uint8_t* data, size_t si
   r.source = data[3];
   r.agent = data[4];
   r.group = data[5];
-  r.sequence = be16(data + 6);
-  r.bfn = be32(data + 8);
-  r.seconds = be32(data + 12);
-  r.microseconds = be32(data + 16);
-  r.objectId = be16(data + 20);
-  r.formatIndex = be16(data + 22);
-  r.argCount = be16(data + 24);
+  r.sequence = loadBe16(data + 6);
+  r.bfn = loadBe32(data + 8);
+  r.seconds = loadBe32(data + 12);
+  r.microseconds = loadBe32(data + 16);
+  r.objectId = loadBe16(data + 20);
+  r.formatIndex = loadBe16(data + 22);
+  r.argCount = loadBe16(data + 24);
   r.text = nullptr;
   r.textSize = 0;
   if (r.kind < TraceRecord::kTraceObject || r.kind > TraceRecord::kText) return Status::kBadKind;
@@ -50,7 +45,7 @@ TraceRecordReader::Status TraceRecordReader::read(const uint8_t* data, size_t si
   if (r.argCount > TraceRecord::kMaxArgs || r.length != sizeOf(r.kind, r.argCount, 0))
     return Status::kBadArguments;
   for (size_t i = 0; i < TraceRecord::kMaxArgs; ++i)
-    r.args[i] = i < r.argCount ? be32(payload + 4 * i) : 0;
+    r.args[i] = i < r.argCount ? loadBe32(payload + 4 * i) : 0;
   return Status::kOk;
 }
 
