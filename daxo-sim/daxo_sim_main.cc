@@ -28,6 +28,7 @@
 #include "daxo-sim/trace_dest_handler.h"
 #include "daxo-sim/trace_hit_counter_handler.h"
 #include "daxo-sim/trace_mask_handler.h"
+#include "daxo-sim/trace_record_writer.h"
 #include "daxo-sim/udp_stream.h"
 #include "daxo-sim/utrace_config_handler.h"
 
@@ -186,17 +187,27 @@ int main(int argc, char** argv) {
                            : confirmDelayMs > 0 ? ConfirmSender::Mode::kDelayed
                                                 : ConfirmSender::Mode::kAtOnce,
                            std::chrono::milliseconds(confirmDelayMs));
-    handlers.add(kvn::daxosim::TraceMaskHandler::kImplementsCode,
-                 std::make_unique<kvn::daxosim::TraceMaskHandler>(confirms));
-    handlers.add(kvn::daxosim::UtraceConfigHandler::kImplementsCode,
-                 std::make_unique<kvn::daxosim::UtraceConfigHandler>(confirms));
+    auto masks = std::make_unique<kvn::daxosim::TraceMaskHandler>(confirms);
+    kvn::daxosim::TraceMaskHandler& maskTable = *masks;
+    handlers.add(kvn::daxosim::TraceMaskHandler::kImplementsCode, std::move(masks));
+    auto utrace = std::make_unique<kvn::daxosim::UtraceConfigHandler>(confirms);
+    kvn::daxosim::TraceRecordWriter records(static_cast<uint8_t>(description.bbmHwNumber),
+                                            maskTable.masks(), utrace->differs(),
+                                            kvn::daxosim::TraceRecordWriter::utraceDefaults(
+                                                description.lmcPath, description.loadModuleName));
+    handlers.add(kvn::daxosim::UtraceConfigHandler::kImplementsCode, std::move(utrace));
     kvn::daxosim::SimulatedBuffer buffer(description.superTrace.bufferWords,
                                          description.superTrace.blockWords);
     auto superTrace =
         std::make_unique<kvn::daxosim::SuperTraceHandler>(buffer, description.superTrace, *journal);
     kvn::daxosim::SuperTraceHandler& superTraceRoutine = *superTrace;
     kvn::daxosim::UdpStream udp(sessionsDir, *journal);
-    superTrace->setOnConsumed([&udp](uint64_t words) { udp.consumed(words); });
+    superTrace->setOnConsumed(
+        [&udp](uint64_t words, const std::vector<uint8_t>& data) { udp.consumed(words, data); });
+    if (!description.superTrace.counterWords) superTrace->setRecordWriter(&records);
+    maskTable.setOnText([&superTraceRoutine](const std::string& text) {
+      return superTraceRoutine.writeText(text);
+    });
     handlers.add(kvn::daxosim::SuperTraceHandler::kImplementsCode, std::move(superTrace));
     handlers.add(kvn::daxosim::MemoryBufferHandler::kImplementsCode,
                  std::make_unique<kvn::daxosim::MemoryBufferHandler>(

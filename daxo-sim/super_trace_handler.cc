@@ -41,6 +41,13 @@ SimulatedBuffer::Time wallTime(uint64_t sinceStartUs) {
   return t;
 }
 
+uint64_t sinceStartUs(SuperTraceHandler::Clock::time_point t) {
+  return static_cast<uint64_t>(
+      std::chrono::duration_cast<std::chrono::microseconds>(t.time_since_epoch()).count());
+}
+
+constexpr uint8_t kLpp = 4;
+
 }  // namespace
 
 SuperTraceHandler::SuperTraceHandler(SimulatedBuffer& buffer, const SuperTraceSettings& settings,
@@ -113,15 +120,19 @@ long SuperTraceHandler::advance() {
 
 void SuperTraceHandler::fill(double seconds) {
   if (seconds <= 0) return;
-  if (producing_) {
+  bool dropped = false;  // a record found no room: the buffer is as full as it gets
+  if (producing_ && writer_) {
+    dropped = !fillRecords(seconds, !consuming_);
+  } else if (producing_) {
     producedCarry_ += settings_.producerRate * seconds;
     const uint64_t words = static_cast<uint64_t>(std::floor(producedCarry_ + kRounding));
     producedCarry_ -= static_cast<double>(words);
-    const uint64_t us = static_cast<uint64_t>(
-        std::chrono::duration_cast<std::chrono::microseconds>(last_.time_since_epoch()).count());
+    const SimulatedBuffer::Time now = wallTime(sinceStartUs(last_));
     for (uint16_t source = 0; source < SimulatedBuffer::kSources && words > 0; ++source)
-      if (sourceMask_ & (1u << source)) buffer_.produce(source, words, wallTime(us), !consuming_);
-    if (consuming_ && buffer_.level() >= buffer_.capacity() && !fullSent_) {
+      if (sourceMask_ & (1u << source)) buffer_.produce(source, words, now, !consuming_);
+  }
+  if (producing_) {
+    if (consuming_ && (dropped || buffer_.level() >= buffer_.capacity()) && !fullSent_) {
       fullSent_ = true;
       indicate(kBufferFullInd, "buffer_full");
     }
@@ -130,14 +141,42 @@ void SuperTraceHandler::fill(double seconds) {
     consumedCarry_ += settings_.consumerRate * seconds;
     const uint64_t words = static_cast<uint64_t>(std::floor(consumedCarry_ + kRounding));
     consumedCarry_ -= static_cast<double>(words);
-    const uint64_t taken = buffer_.consume(words);
-    if (taken > 0 && onConsumed_) onConsumed_(taken);
+    scratch_.clear();
+    const uint64_t taken = buffer_.consume(words, writer_ ? &scratch_ : nullptr);
+    if (taken > 0 && onConsumed_) onConsumed_(taken, scratch_);
     if (buffer_.level() == 0) consumedCarry_ = 0;  // an empty buffer saves nothing up
     if (drainWatched_ && buffer_.level() == 0) {
       drainWatched_ = false;
       indicate(kBufferEmptyInd, "buffer_empty");
     }
   }
+}
+
+bool SuperTraceHandler::fillRecords(double seconds, bool overwrite) {
+  recordCarry_ += settings_.recordRate * seconds;
+  const uint64_t records = static_cast<uint64_t>(std::floor(recordCarry_ + kRounding));
+  recordCarry_ -= static_cast<double>(records);
+  const SimulatedBuffer::Time now = wallTime(sinceStartUs(last_));
+  bool stored = true;
+  for (uint8_t source = 0; source < SimulatedBuffer::kSources; ++source) {
+    if (!(sourceMask_ & (1u << source))) continue;
+    for (uint64_t i = 0; i < records; ++i) {
+      scratch_.clear();
+      if (!writer_->next(source, now, scratch_)) break;  // nothing enabled
+      stored =
+          buffer_.produceRecord(source, scratch_.data(), scratch_.size(), now, overwrite) && stored;
+    }
+  }
+  return stored;
+}
+
+bool SuperTraceHandler::writeText(const std::string& text) {
+  advance();  // what was due before the text is written first
+  if (!writer_ || !producing_ || !(sourceMask_ & (1u << kLpp))) return false;
+  const SimulatedBuffer::Time now = wallTime(sinceStartUs(last_));
+  scratch_.clear();
+  writer_->text(kLpp, text, now, scratch_);
+  return buffer_.produceRecord(kLpp, scratch_.data(), scratch_.size(), now, !consuming_);
 }
 
 void SuperTraceHandler::indicate(uint16_t submsgno, const char* event) {

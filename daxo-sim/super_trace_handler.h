@@ -11,11 +11,14 @@
 #include <deque>
 #include <functional>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "daxo-sim/agent_handler.h"
 #include "daxo-sim/journal.h"
 #include "daxo-sim/simulated_buffer.h"
 #include "daxo-sim/super_trace_settings.h"
+#include "daxo-sim/trace_record_writer.h"
 
 namespace kvn::daxosim {
 
@@ -25,8 +28,8 @@ class SuperTraceHandler : public AgentHandler {
   static constexpr uint16_t kServiceRoutine = 3;
 
   using Clock = std::chrono::steady_clock;
-  // Words taken from the buffer by the consumer, to be sent on.
-  using OnConsumed = std::function<void(uint64_t words)>;
+  // Words taken from the buffer by the consumer, to be sent on, and the records among them.
+  using OnConsumed = std::function<void(uint64_t words, const std::vector<uint8_t>& records)>;
 
   SuperTraceHandler(SimulatedBuffer& buffer, const SuperTraceSettings& settings, Journal& journal,
                     std::function<Clock::time_point()> now = Clock::now);
@@ -38,6 +41,11 @@ class SuperTraceHandler : public AgentHandler {
   long advance();
 
   void setOnConsumed(OnConsumed onConsumed) { onConsumed_ = std::move(onConsumed); }
+  // The producers write records through `writer` rather than counter words.
+  void setRecordWriter(TraceRecordWriter* writer) { writer_ = writer; }
+  // A `zoth echo` text: written as a record of lpp when lpp is being produced, after what was
+  // due before it. Gives whether it was written.
+  bool writeText(const std::string& text);
   bool producing() const { return producing_; }
   bool consuming() const { return consuming_; }
   uint16_t sourceMask() const { return sourceMask_; }
@@ -50,6 +58,8 @@ class SuperTraceHandler : public AgentHandler {
   };
 
   void fill(double seconds);
+  // False when a record found no room.
+  bool fillRecords(double seconds, bool overwrite);
   void indicate(uint16_t submsgno, const char* event);
   void note(nlohmann::json entry);
 
@@ -59,6 +69,8 @@ class SuperTraceHandler : public AgentHandler {
   std::function<Clock::time_point()> now_;
   Clock::time_point last_;
   OnConsumed onConsumed_;
+  TraceRecordWriter* writer_ = nullptr;
+  std::vector<uint8_t> scratch_;      // one record, or what the consumer took
   std::optional<ReplyPath> service_;  // routine 3 of the service
   bool producing_ = false;
   bool consuming_ = false;
@@ -67,6 +79,7 @@ class SuperTraceHandler : public AgentHandler {
   bool drainWatched_ = false;  // the producers stopped: the next empty buffer is reported
   double producedCarry_ = 0;   // fractions of a word, per source
   double consumedCarry_ = 0;
+  double recordCarry_ = 0;  // fractions of a record, per source
   std::deque<Stop> stops_;
 };
 

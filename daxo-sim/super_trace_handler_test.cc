@@ -85,7 +85,7 @@ class SuperTraceHandlerTest : public ::testing::Test {
 // A stream fills the buffer, is told to stop its producers, drains, and starts again.
 TEST_F(SuperTraceHandlerTest, AStreamReportsAFullAndADrainedBuffer) {
   uint64_t consumed = 0;
-  handler.setOnConsumed([&](uint64_t words) { consumed += words; });
+  handler.setOnConsumed([&](uint64_t words, const std::vector<uint8_t>&) { consumed += words; });
   request(memory, kBufferRoutine, 6, {0, 3});
   EXPECT_EQ(sent(), V{7});
   request(handler, kRoutine, 3, {0x00, 0x03});  // token and the first rtt source: 2000 words/s

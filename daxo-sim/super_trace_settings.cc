@@ -83,7 +83,7 @@ SuperTraceSettings SuperTraceSettings::fromJson(const nlohmann::json& j) {
   if (!j.is_object()) throw AgentDescription::Error("superTrace: expected an object");
   for (const auto& item : j.items()) {
     static const char* known[] = {"bufferWords", "blockWords", "producerRate", "consumerRate",
-                                  "stopDelayMs", "tickMs",     "fixedIndex"};
+                                  "stopDelayMs", "tickMs",     "fixedIndex",   "recordRate"};
     bool ok = false;
     for (const char* k : known) ok = ok || item.key() == k;
     if (!ok) throw AgentDescription::Error("superTrace: unknown field \"" + item.key() + "\"");
@@ -92,6 +92,8 @@ SuperTraceSettings SuperTraceSettings::fromJson(const nlohmann::json& j) {
   s.bufferWords = static_cast<uint64_t>(positive(j, "bufferWords", s.bufferWords));
   s.blockWords = static_cast<uint32_t>(positive(j, "blockWords", s.blockWords));
   s.producerRate = positive(j, "producerRate", s.producerRate);
+  s.counterWords = j.contains("producerRate");
+  s.recordRate = positive(j, "recordRate", s.recordRate);
   s.consumerRate = positive(j, "consumerRate", s.consumerRate);
   s.tickMs = static_cast<uint32_t>(positive(j, "tickMs", s.tickMs));
   if (j.contains("stopDelayMs")) {

@@ -25,9 +25,14 @@ struct SuperTraceSettings {
   uint64_t bufferWords = 1 << 20;  // 16-bit words
   uint32_t blockWords = 4096;      // the largest block
   double producerRate = 200000;    // words per second, from each source in the mask
-  double consumerRate = 1000000;   // words per second
-  uint32_t stopDelayMs = 0;        // before a producer or consumer stop is confirmed
-  uint32_t tickMs = 10;            // how often the buffer moves while anything runs
+  // The producers write trace records, this many a second from each source in the mask, unless
+  // the description gives "producerRate": then they write counter words at that rate, a load
+  // of known content for the data path's tests.
+  double recordRate = 200;
+  bool counterWords = false;
+  double consumerRate = 1000000;  // words per second
+  uint32_t stopDelayMs = 0;       // before a producer or consumer stop is confirmed
+  uint32_t tickMs = 10;           // how often the buffer moves while anything runs
 
   struct FixedIndex {
     uint32_t blockSize = 4096;

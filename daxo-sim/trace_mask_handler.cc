@@ -32,6 +32,7 @@ void TraceMaskHandler::handle(const Request& request, const ReplyPath& reply,
     std::string text(reinterpret_cast<const char*>(request.body + 2), bytes);
     if (!text.empty() && text.back() == '\0') text.pop_back();  // the padding of an odd text
     entry["text"] = text;
+    if (onText_) entry["traced"] = onText_(text);
     return;
   }
   if (request.submsgno != kSetMaskReq) {

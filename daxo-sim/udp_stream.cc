@@ -10,6 +10,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tracerecords/trace_record_reader.h"
+
 namespace kvn::daxosim {
 
 namespace {
@@ -65,25 +67,62 @@ std::optional<sockaddr_in> UdpStream::target() const {
   return it->second;
 }
 
-void UdpStream::consumed(uint64_t words) {
+bool UdpStream::open() {
+  if (fd_ < 0) fd_ = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  return fd_ >= 0;
+}
+
+// One datagram: the sequence number first, so that a reader sees gaps, then `data`.
+void UdpStream::send(const sockaddr_in& to, const uint8_t* data, size_t size) {
+  std::vector<uint8_t> datagram(4 + size);
+  const uint32_t seq = sequence_++;
+  for (int i = 0; i < 4; ++i) datagram[i] = static_cast<uint8_t>(seq >> (24 - 8 * i));
+  std::copy(data, data + size, datagram.begin() + 4);
+  // Loopback only; a full receive buffer drops datagrams as a network would.
+  if (sendto(fd_, datagram.data(), datagram.size(), 0, reinterpret_cast<const sockaddr*>(&to),
+             sizeof to) >= 0)
+    ++sent_;
+}
+
+void UdpStream::sendRecords(const sockaddr_in& to, const std::vector<uint8_t>& records) {
+  pending_.insert(pending_.end(), records.begin(), records.end());
+  const size_t room = kDatagramBytes - tracerecords::TraceRecord::kDatagramHeaderSize;
+  size_t start = 0, end = 0;
+  tracerecords::TraceRecord r;
+  while (end < pending_.size()) {
+    const auto status =
+        tracerecords::TraceRecordReader::read(&pending_[end], pending_.size() - end, r);
+    if (status == tracerecords::TraceRecordReader::Status::kShortHeader ||
+        status == tracerecords::TraceRecordReader::Status::kPastTheData)
+      break;  // the rest comes with the next words
+    if (status != tracerecords::TraceRecordReader::Status::kOk) {
+      pending_.clear();  // not our records: nothing to frame them by
+      return;
+    }
+    if (end + r.length - start > room) {
+      send(to, &pending_[start], end - start);
+      start = end;
+    }
+    end += r.length;
+  }
+  if (end > start) send(to, &pending_[start], end - start);
+  pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(end));
+}
+
+void UdpStream::consumed(uint64_t words, const std::vector<uint8_t>& records) {
   const std::optional<sockaddr_in> to = target();
-  if (!to || words == 0) return;
-  if (fd_ < 0) {
-    fd_ = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (fd_ < 0) return;
+  if (!to || words == 0 || !open()) return;
+  if (!records.empty()) {
+    sendRecords(*to, records);
+    return;
   }
   uint64_t bytes = words * 2;
   for (size_t n = 0; n < kMaxDatagramsPerSend && bytes > 0; ++n) {
     const size_t size = static_cast<size_t>(std::min<uint64_t>(bytes, kDatagramBytes));
     bytes -= size;
-    // A sequence number first, so that a reader sees gaps; the rest stands for trace words.
-    std::vector<uint8_t> datagram(std::max<size_t>(size, 4), 0xA5);
-    const uint32_t seq = sequence_++;
-    for (int i = 0; i < 4; ++i) datagram[i] = static_cast<uint8_t>(seq >> (24 - 8 * i));
-    // Loopback only; a full receive buffer drops datagrams as a network would.
-    if (sendto(fd_, datagram.data(), datagram.size(), 0, reinterpret_cast<const sockaddr*>(&*to),
-               sizeof *to) >= 0)
-      ++sent_;
+    // The rest stands for trace words.
+    const std::vector<uint8_t> filler(std::max<size_t>(size, 4) - 4, 0xA5);
+    send(*to, filler.data(), filler.size());
   }
 }
 

@@ -13,6 +13,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "daxo-sim/journal.h"
 
@@ -21,7 +22,8 @@ namespace kvn::daxosim {
 class UdpStream {
  public:
   static constexpr size_t kDatagramBytes = 1400;
-  static constexpr size_t kMaxDatagramsPerSend = 16;  // what is consumed beyond is not sent
+  // Of counter words; what is consumed beyond is not sent.
+  static constexpr size_t kMaxDatagramsPerSend = 16;
 
   // `sessionsDir` empty: nothing is ever sent.
   UdpStream(std::string sessionsDir, Journal& journal);
@@ -39,13 +41,18 @@ class UdpStream {
   // the transport network matter.
   void linkChanged(uint16_t source, uint16_t destination, uint16_t socket, bool attached);
 
-  // The consumer took `words` 16-bit words out of the buffer.
-  void consumed(uint64_t words);
+  // The consumer took `words` 16-bit words out of the buffer. When they are trace records
+  // (`records` not empty), each datagram carries whole records after its sequence number; a
+  // record cut off at the end waits for the rest. Otherwise filler stands for the words.
+  void consumed(uint64_t words, const std::vector<uint8_t>& records = {});
 
   uint64_t datagramsSent() const { return sent_; }
 
  private:
   std::optional<sockaddr_in> target() const;
+  bool open();
+  void send(const sockaddr_in& to, const uint8_t* data, size_t size);
+  void sendRecords(const sockaddr_in& to, const std::vector<uint8_t>& records);
 
   std::string dir_;
   Journal& journal_;
@@ -54,6 +61,7 @@ class UdpStream {
   std::optional<uint16_t> streamSocket_;     // the socket the memory buffer is attached to
   uint64_t sent_ = 0;
   uint32_t sequence_ = 0;
+  std::vector<uint8_t> pending_;  // records not yet sent whole
 };
 
 }  // namespace kvn::daxosim

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <utility>
 
-#include "service/measurements/trace_string_formatter.h"
+#include "tracetables/trace_string_formatter.h"
 
 namespace kvn {
 

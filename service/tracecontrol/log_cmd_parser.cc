@@ -5,8 +5,8 @@
 
 #include "service/agents/daxo_trace_model.h"
 #include "service/agents/match_daxos.h"
-#include "service/tracecontrol/trace_group_table.h"
 #include "service/tracecontrol/trace_toggler.h"
+#include "tracetables/trace_group_table.h"
 #include "util/argparse_parser.h"
 #include "util/output_cmd_session.h"
 

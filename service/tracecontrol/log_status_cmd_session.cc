@@ -8,9 +8,9 @@
 #include <utility>
 
 #include "service/agents/daxo_trace_model.h"
-#include "service/tracecontrol/trace_group_table.h"
 #include "service/tracecontrol/trace_state_serializer.h"
 #include "service/tracecontrol/utrace_controller.h"
+#include "tracetables/trace_group_table.h"
 #include "tracing/log.h"
 #include "util/print_stream.h"
 

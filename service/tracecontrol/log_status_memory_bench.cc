@@ -17,7 +17,7 @@
 
 #include "service/agents/daxo_trace_model.h"
 #include "service/tracecontrol/log_status_cmd_session.h"
-#include "service/tracecontrol/trace_group_table.h"
+#include "tracetables/trace_group_table.h"
 #include "util/pxm_mainloop.h"
 #include "util/routine_table.h"
 #include "util/routine_table_log.h"

@@ -6,8 +6,8 @@
 
 #include "service/agents/daxo_trace_model.h"
 #include "service/tracecontrol/manual_trace_overrides.h"
-#include "service/tracecontrol/trace_group_table.h"
 #include "service/tracecontrol/trace_toggler.h"
+#include "tracetables/trace_group_table.h"
 
 namespace kvn {
 

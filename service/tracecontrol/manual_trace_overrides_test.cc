@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "service/tracecontrol/trace_group_table.h"
+#include "tracetables/trace_group_table.h"
 
 namespace kvn {
 namespace {

@@ -16,11 +16,11 @@
 #include "service/agents/daxo_trace_model.h"
 #include "service/tracecontrol/manual_trace_overrides.h"
 #include "service/tracecontrol/profile_application.h"
-#include "service/tracecontrol/trace_group_table.h"
 #include "service/tracecontrol/trace_object_controller.h"
 #include "service/tracecontrol/trace_toggler.h"
 #include "tracetables/bad_profile_exception.h"
 #include "tracetables/profile_provider.h"
+#include "tracetables/trace_group_table.h"
 
 namespace kvn {
 namespace {

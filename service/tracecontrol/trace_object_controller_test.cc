@@ -4,7 +4,7 @@
 
 #include "service/tracecontrol/log_test_fixture.h"
 #include "service/tracecontrol/profile_application.h"
-#include "service/tracecontrol/trace_group_table.h"
+#include "tracetables/trace_group_table.h"
 #include "tracing/log_capture.h"
 
 namespace kvn {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "service/tracecontrol/trace_group_table.h"
+#include "tracetables/trace_group_table.h"
 #include "tracing/log.h"
 
 namespace kvn {

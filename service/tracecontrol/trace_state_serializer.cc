@@ -14,10 +14,10 @@
 #include "service/tracecontrol/manual_trace_overrides.h"
 #include "service/tracecontrol/manual_utrace_point_line_parser.h"
 #include "service/tracecontrol/profile_line_parser.h"
-#include "service/tracecontrol/trace_group_table.h"
 #include "service/tracecontrol/trace_object_line_parser.h"
 #include "service/tracecontrol/trace_toggler.h"
 #include "service/tracecontrol/utrace_point_line_parser.h"
+#include "tracetables/trace_group_table.h"
 #include "tracing/log.h"
 
 namespace kvn {

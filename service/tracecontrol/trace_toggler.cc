@@ -10,11 +10,11 @@
 #include "service/tracecontrol/compiled_trace_pattern.h"
 #include "service/tracecontrol/object_name_index.h"
 #include "service/tracecontrol/profile_application.h"
-#include "service/tracecontrol/trace_group_table.h"
 #include "service/tracecontrol/trace_object_controller.h"
 #include "service/tracecontrol/utrace_config.h"
 #include "tracetables/bad_profile_exception.h"
 #include "tracetables/profile_provider.h"
+#include "tracetables/trace_group_table.h"
 #include "tracing/log.h"
 
 namespace kvn {

@@ -38,5 +38,10 @@ inline constexpr const char* kLmcTool = KVN_E2E_LMC_TOOL;
 #else
 inline constexpr const char* kLmcTool = "";
 #endif
+#ifdef KVN_E2E_KVN_DECODE
+inline constexpr const char* kKvnDecode = KVN_E2E_KVN_DECODE;
+#else
+inline constexpr const char* kKvnDecode = "";
+#endif
 
 }  // namespace kvn::e2e::programs

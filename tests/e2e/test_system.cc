@@ -23,6 +23,7 @@ const char* const kContainer = R"({
       "load_module": "dsp1",
       "trace_objects": [{"name": "obj", "trace_id": 100}, {"name": "ulScheduler", "trace_id": 101},
                         {"name": "harqHandler", "trace_id": 102}],
+      "formats": ["obj %d", "ulScheduler: ue %d prb %d", "harqHandler: process %d"],
       "utrace": [{"name": "ulScheduler.grant", "id": 1, "default": false},
                  {"name": "ulScheduler.alloc", "id": 2, "default": true},
                  {"name": "harqHandler.retx", "id": 3, "default": false}],

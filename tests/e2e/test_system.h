@@ -13,7 +13,8 @@ namespace kvn::e2e {
 // The whole system as real processes in one run directory: the hub, the service (which can be
 // stopped and started again), simulated agents 1 to 5 (each can be killed and started again) and
 // kvnsh for each command. The agents' container is packed by lmc-tool: module dsp1 has the
-// objects obj, ulScheduler and harqHandler, the utrace points ulScheduler.grant (id 1, off by
+// objects obj, ulScheduler and harqHandler (formats "obj %d", "ulScheduler: ue %d prb %d",
+// "harqHandler: process %d"), the utrace points ulScheduler.grant (id 1, off by
 // default), ulScheduler.alloc (id 2, on) and harqHandler.retx (id 3, off), and the trace strings
 // "boot done", "grant for ue %d: %d prbs" and "alloc of %u bytes"; module dsp2 has obj and
 // other; the profile "Scheduling" is "*;*;*Scheduler.trace1". Agent n is "MOKA" with index n,

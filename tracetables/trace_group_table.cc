@@ -1,4 +1,4 @@
-#include "service/tracecontrol/trace_group_table.h"
+#include "tracetables/trace_group_table.h"
 
 #include <string.h>
 

@@ -1,4 +1,4 @@
-#include "service/measurements/trace_string_formatter.h"
+#include "tracetables/trace_string_formatter.h"
 
 #include <gtest/gtest.h>
 #include <stdio.h>
