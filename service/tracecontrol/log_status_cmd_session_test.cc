@@ -12,6 +12,7 @@
 #include "service/tracecontrol/log_test_fixture.h"
 #include "service/tracecontrol/trace_state_serializer.h"
 #include "tracing/log_capture.h"
+#include "util/testing/scratch_dir.h"
 
 namespace kvn {
 namespace {
@@ -93,18 +94,12 @@ TEST_F(LogStatusCmdSessionTest, ProfileFormListsProfilesAndForcedBitsSortedByNam
 
 class LogSaveTest : public LogStatusCmdSessionTest {
  protected:
-  void SetUp() override {
-    LogStatusCmdSessionTest::SetUp();
-    char templ[] = "/tmp/log-save-XXXXXX";
-    ASSERT_NE(mkdtemp(templ), nullptr);
-    dir = templ;
-  }
   void TearDown() override {
     unsetenv("LOG_DIR");
-    EXPECT_EQ(system(("rm -rf " + dir).c_str()), 0);
     LogStatusCmdSessionTest::TearDown();
   }
-  std::string dir;
+  kvn::testing::ScratchDir scratch;
+  const std::string dir = scratch.path();
 };
 
 TEST_F(LogSaveTest, WritesEachAgentsStateAndPrintsTheTableWithoutConnectionLine) {
