@@ -272,22 +272,6 @@ TEST_F(PxmTest, MonitorFiresWhenWatchedProcessIsKilled) {
   EXPECT_NE(pxm_create_mailbox("victim", 0), PXM_NO_MBOX);
 }
 
-TEST_F(PxmTest, MonitorOfMailboxAlreadyGoneFiresAtOnce) {
-  const pxm_mbox_id_t brief = pxm_create_mailbox("brief", 0);
-  ASSERT_NE(brief, PXM_NO_MBOX);
-  pxm_delete_mailbox(brief);
-  EXPECT_EQ(pxm_locate("brief"), PXM_NO_MBOX);
-  EXPECT_NE(pxm_monitor(brief, nullptr), 0u);
-  Received gone(receiveOne(PXM_MBOX_GONE));
-  ASSERT_TRUE(gone);
-  EXPECT_EQ(gone.sender(), brief);
-
-  EXPECT_NE(pxm_monitor(0x7ffffff0u, nullptr), 0u) << "never existed";
-  Received never(receiveOne(PXM_MBOX_GONE));
-  ASSERT_TRUE(never);
-  EXPECT_EQ(never.sender(), 0x7ffffff0u);
-}
-
 TEST_F(PxmTest, UnmonitorCancels) {
   Process child(hub_.dir(), "child", [] { return idleChild("victim"); });
   const pxm_mbox_id_t victim = awaitMailbox("victim");
