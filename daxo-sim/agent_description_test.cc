@@ -1,4 +1,5 @@
 #include "daxo-sim/agent_description.h"
+#include "util/testing/scratch_dir.h"
 
 #include <stdlib.h>
 #include <unistd.h>
@@ -82,20 +83,17 @@ TEST(AgentDescriptionTest, BadInputNamesTheField) {
 }
 
 TEST(AgentDescriptionTest, FileResolvesRelativeContainerPathAndAllowsShortCount) {
-  char dir[] = "/tmp/daxo-desc-XXXXXX";
-  ASSERT_NE(mkdtemp(dir), nullptr);
-  const std::string path = std::string(dir) + "/agent.json";
+  const kvn::testing::ScratchDir scratch;
+  const std::string& dir = scratch.path();
+  const std::string path = scratch.file("agent.json");
   std::ofstream(path) << R"({"bbmHwNumber": 2, "lmcPath": "moka.lmc", "attributeCount": 9})";
   AgentDescription d = AgentDescription::fromFile(path);
-  EXPECT_EQ(d.lmcPath, std::string(dir) + "/moka.lmc");
+  EXPECT_EQ(d.lmcPath, dir + "/moka.lmc");
   EXPECT_EQ(d.attributeCount, 9);
 
   std::ofstream(path) << "{ not json";
   EXPECT_THROW(AgentDescription::fromFile(path), AgentDescription::Error);
-  EXPECT_THROW(AgentDescription::fromFile(std::string(dir) + "/absent.json"),
-               AgentDescription::Error);
-  unlink(path.c_str());
-  rmdir(dir);
+  EXPECT_THROW(AgentDescription::fromFile(dir + "/absent.json"), AgentDescription::Error);
 }
 
 }  // namespace

@@ -2,103 +2,42 @@
 
 #include "daxo-sim/agent_simulator.h"
 
-#include <fcntl.h>
 #include <signal.h>
-#include <stdlib.h>
 #include <string.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
-#include <filesystem>
 #include <fstream>
-#include <functional>
-#include <thread>
+#include <memory>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "daxo-sim/connect_message.h"
 #include "pxm/pxm.h"
+#include "tests/e2e/process.h"
+#include "tests/e2e/programs.h"
+#include "tests/e2e/pxm_hub.h"
 
 namespace kvn::daxosim {
 namespace {
 
+using e2e::eventually;
 using json = nlohmann::json;
 using Clock = std::chrono::steady_clock;
 constexpr auto kDeadline = std::chrono::seconds(10);
 
-// Polls `done` until it holds or the deadline passes.
-bool eventually(const std::function<bool()>& done) {
-  for (auto end = Clock::now() + kDeadline; Clock::now() < end;) {
-    if (done()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  return done();
-}
-
-// A child process, killed and reaped when the object goes.
-class Child {
- public:
-  explicit Child(std::vector<std::string> argv, const std::string& log) {
-    pid_ = fork();
-    if (pid_ == 0) {
-      int fd = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-      if (fd >= 0) {
-        dup2(fd, 1);
-        dup2(fd, 2);
-      }
-      std::vector<char*> args;
-      for (std::string& a : argv) args.push_back(a.data());
-      args.push_back(nullptr);
-      execv(args[0], args.data());
-      _exit(127);
-    }
-  }
-  ~Child() {
-    if (pid_ > 0) {
-      kill(pid_, SIGKILL);
-      waitpid(pid_, nullptr, 0);
-    }
-  }
-  void signal(int sig) { kill(pid_, sig); }
-  // The exit status once the process has ended, -1 if it has not within the deadline.
-  int waitExit() {
-    int status = 0;
-    bool ended = eventually([&] { return waitpid(pid_, &status, WNOHANG) == pid_; });
-    if (!ended) return -1;
-    pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  }
-
- private:
-  pid_t pid_ = -1;
-};
-
 class AgentSimulatorTest : public ::testing::Test {
  protected:
   void SetUp() override {
-#ifndef PXMD_PATH
-    GTEST_SKIP() << "the mailbox hub is not built in this tree";
-#else
-    char tmpl[] = "/tmp/daxo-sim-test-XXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
-    setenv("PXM_RUNDIR", (dir_ + "/pxm").c_str(), 1);
-    hub_ = std::make_unique<Child>(std::vector<std::string>{PXMD_PATH}, dir_ + "/pxmd.log");
-    unsigned char params[36] = {};
-    ASSERT_TRUE(eventually([&] { return pxm_init(2, 0, params, nullptr, 0) == 0; }))
-        << "the hub did not come up";
+    ASSERT_TRUE(hub_.running()) << "the hub did not come up";
+    ASSERT_EQ(pxm_init(2, 0, nullptr, nullptr, 0), 0);
     initialized_ = true;
-#endif
   }
 
   void TearDown() override {
     agent_.reset();
     if (service_ != PXM_NO_MBOX) pxm_delete_mailbox(service_);
     if (initialized_) pxm_exit();
-    hub_.reset();
-    if (!dir_.empty()) std::filesystem::remove_all(dir_);
   }
 
   void createService() {
@@ -107,14 +46,14 @@ class AgentSimulatorTest : public ::testing::Test {
   }
 
   void startAgent(const json& description, std::vector<std::string> extra = {}) {
-    std::ofstream(dir_ + "/agent.json") << description.dump();
-    std::vector<std::string> argv = {DAXO_SIM_PATH, "--journal", journalPath()};
-    argv.insert(argv.end(), extra.begin(), extra.end());
-    argv.push_back(dir_ + "/agent.json");
-    agent_ = std::make_unique<Child>(argv, dir_ + "/daxo-sim.log");
+    std::ofstream(hub_.dir().file("agent.json")) << description.dump();
+    std::vector<std::string> args = {"--journal", journalPath()};
+    args.insert(args.end(), extra.begin(), extra.end());
+    args.push_back(hub_.dir().file("agent.json"));
+    agent_ = std::make_unique<e2e::Process>(hub_.dir(), "daxo-sim", e2e::programs::kDaxoSim, args);
   }
 
-  std::string journalPath() const { return dir_ + "/journal.jsonl"; }
+  std::string journalPath() const { return hub_.dir().file("journal.jsonl"); }
 
   std::vector<json> journal() const {
     std::vector<json> out;
@@ -144,10 +83,9 @@ class AgentSimulatorTest : public ::testing::Test {
     return std::vector<uint8_t>(p, p + pxm_size(m));
   }
 
-  std::string dir_;
+  e2e::OwnHub hub_;
   bool initialized_ = false;
-  std::unique_ptr<Child> hub_;
-  std::unique_ptr<Child> agent_;
+  std::unique_ptr<e2e::Process> agent_;
   uint32_t service_ = PXM_NO_MBOX;
 };
 
@@ -194,14 +132,14 @@ TEST_F(AgentSimulatorTest, VersionConnectArrivesExactlyAndStopDeletesTheMailbox)
   ASSERT_NE(gone, nullptr);
   EXPECT_EQ(pxm_sender(gone), agent);
   pxm_free(&gone);
-  EXPECT_EQ(agent_->waitExit(), 0);
+  EXPECT_EQ(agent_->wait(), 0);
   EXPECT_TRUE(journalHas("event", "stopped"));
 }
 
 TEST_F(AgentSimulatorTest, InitialConnectWaitsForTheServiceAndKillIsSeen) {
-  json d = {{"connect", "initial"}, {"bbmHwNumber", 2}, {"instanceName", "A/B"},
-            {"domainDaxoIndex", 7}, {"mailboxName", "agent-two"},
-            {"routines", {{{"routineId", 9}, {"implements", 13}}}}};
+  json d = {{"connect", "initial"},       {"bbmHwNumber", 2},
+            {"instanceName", "A/B"},      {"domainDaxoIndex", 7},
+            {"mailboxName", "agent-two"}, {"routines", {{{"routineId", 9}, {"implements", 13}}}}};
   startAgent(d);
   ASSERT_TRUE(eventually([&] { return journalHas("event", "waiting_for_service"); }));
   createService();
@@ -248,7 +186,7 @@ TEST_F(AgentSimulatorTest, ReconnectsToANewServiceOnlyWhenAsked) {
   pxm_free(&third);
   pxm_delete_mailbox(service_);
   service_ = PXM_NO_MBOX;
-  EXPECT_EQ(agent_->waitExit(), 0);
+  EXPECT_EQ(agent_->wait(), 0);
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "service/tracecontrol/profile_cmd_parser.h"
 #include "util/cmd_session_factory.h"
 #include "util/routine_proxy.h"
+#include "util/testing/scratch_dir.h"
 #include "util/zorf_cmd_parser.h"
 
 namespace kvn::fuzz {
@@ -31,13 +32,10 @@ void putBe16(std::vector<uint8_t>& m, size_t at, uint16_t v) {
 // A private directory for the saved states that `zorf log save` writes, emptied after each
 // input so that no input leaves state behind for the next.
 const std::string& logDir() {
+  static const kvn::testing::ScratchDir scratch;
   static const std::string dir = [] {
-    char name[] = "/tmp/kvn-fuzz-XXXXXX";
-    const char* made = mkdtemp(name);
-    if (!made) return std::string("/tmp");
-    setenv("LOG_DIR", made, 1);
-    std::atexit([] { rmdir(getenv("LOG_DIR")); });
-    return std::string(made);
+    setenv("LOG_DIR", scratch.path().c_str(), 1);
+    return scratch.path();
   }();
   return dir;
 }

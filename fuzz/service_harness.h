@@ -17,6 +17,7 @@
 #include "util/routine_table.h"
 #include "util/routine_table_log.h"
 #include "util/testing/fake_pxm.h"
+#include "util/testing/null_log.h"
 #include "util/timer_queue.h"
 
 namespace kvn::fuzz {
@@ -61,20 +62,13 @@ class ServiceHarness {
   static const std::string& sampleLmc();
 
  private:
-  class NullLog : public RoutineTableLog {
-   public:
-    void error(const char*, ...) override {}
-    void info(const char*, ...) override {}
-    void debug(const char*, ...) override {}
-  };
-
   // Confirms what waits at the agents; true when anything was confirmed.
   bool confirmAgents();
 
   kvn::testing::FakePxm pxm_;
   TimerQueue timers_;
   PxmMainloop loop_{&pxm_, "kvn-tracecontroller", &timers_};
-  NullLog log_;
+  kvn::testing::NullLog log_;
   RoutineTable table_{&pxm_, kvn::testing::FakePxm::kBaseSignalNo, &log_};
   pxm_mbox_id_t frontEnd_;
   std::vector<pxm_mbox_id_t> agents_;

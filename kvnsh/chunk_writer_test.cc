@@ -1,4 +1,5 @@
 #include "kvnsh/chunk_writer.h"
+#include "util/testing/scratch_dir.h"
 
 #include <gtest/gtest.h>
 #include <stdio.h>
@@ -35,9 +36,8 @@ TEST(ChunkWriterTest, TextBetweenBinaryChunksEndsTheBase64Line) {
 }
 
 TEST(ChunkWriterTest, BinaryGoesToTheFileAndTextStaysOnTheTerminal) {
-  char tmpl[] = "/tmp/kvnsh-cw.XXXXXX";
-  const std::string dir = mkdtemp(tmpl);
-  OutputFile file(dir + "/d.bin");
+  const kvn::testing::ScratchDir dir;
+  OutputFile file(dir.file("d.bin"));
   FILE* f = tmpfile();
   ChunkWriter w(fileno(f), &file);
   ASSERT_TRUE(w.write(1, bytes("LPP\n"), 4));
@@ -46,19 +46,14 @@ TEST(ChunkWriterTest, BinaryGoesToTheFileAndTextStaysOnTheTerminal) {
   std::string note;
   ASSERT_TRUE(w.finish(true, &note));
   EXPECT_EQ(slurp(f), "ok\n");
-  EXPECT_EQ(note, "6 bytes of binary output written to " + dir + "/d.bin");
-  std::ifstream in(dir + "/d.bin", std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  EXPECT_EQ(s.str(), std::string("LPP\n\0\1", 6));
+  EXPECT_EQ(note, "6 bytes of binary output written to " + dir.file("d.bin"));
+  EXPECT_EQ(dir.read(dir.file("d.bin")), std::string("LPP\n\0\1", 6));
   fclose(f);
-  std::system(("rm -rf " + dir).c_str());
 }
 
 TEST(ChunkWriterTest, ADumpPutsEveryStreamIntoTheFile) {
-  char tmpl[] = "/tmp/kvnsh-cw.XXXXXX";
-  const std::string dir = mkdtemp(tmpl);
-  OutputFile file(dir + "/d.bin");
+  const kvn::testing::ScratchDir dir;
+  OutputFile file(dir.file("d.bin"));
   FILE* f = tmpfile();
   ChunkWriter w(fileno(f), &file);
   w.setDump(nullptr);
@@ -68,12 +63,8 @@ TEST(ChunkWriterTest, ADumpPutsEveryStreamIntoTheFile) {
   std::string note;
   ASSERT_TRUE(w.finish(true, &note));
   EXPECT_EQ(slurp(f), "");
-  std::ifstream in(dir + "/d.bin", std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  EXPECT_EQ(s.str(), std::string("LPP\n\0\1\2", 7));
+  EXPECT_EQ(dir.read(dir.file("d.bin")), std::string("LPP\n\0\1\2", 7));
   fclose(f);
-  std::system(("rm -rf " + dir).c_str());
 }
 
 }  // namespace

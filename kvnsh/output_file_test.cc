@@ -1,4 +1,5 @@
 #include "kvnsh/output_file.h"
+#include "util/testing/scratch_dir.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,12 +14,7 @@ namespace {
 
 class OutputFileTest : public ::testing::Test {
  protected:
-  OutputFileTest() {
-    char tmpl[] = "/tmp/kvnsh-out.XXXXXX";
-    dir_ = mkdtemp(tmpl);
-    path_ = dir_ + "/dump.bin";
-  }
-  ~OutputFileTest() override { std::system(("rm -rf " + dir_).c_str()); }
+  OutputFileTest() : dir_(scratch_.path()), path_(scratch_.file("dump.bin")) {}
   static std::string slurp(const std::string& p) {
     std::ifstream f(p, std::ios::binary);
     std::stringstream s;
@@ -30,6 +26,7 @@ class OutputFileTest : public ::testing::Test {
     return f.write(reinterpret_cast<const uint8_t*>(s.data()), s.size(), &error_);
   }
 
+  kvn::testing::ScratchDir scratch_;
   std::string dir_, path_, error_;
 };
 

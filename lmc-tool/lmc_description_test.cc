@@ -4,15 +4,15 @@
 
 #include <stdexcept>
 
-#include "lmc-tool/scratch_dir.h"
 #include "lmc/kvn_cpm_common_lm_hdl_lmc.h"
 #include "tracetables/profile_provider.h"
 #include "tracetables/trace_lmc_reader.h"
+#include "util/testing/scratch_dir.h"
 
 namespace {
 
 using kvn::lmc::LmcDescription;
-using kvn::lmc::ScratchDir;
+using kvn::testing::ScratchDir;
 using Strings = std::vector<std::string>;
 
 std::string errorOf(const std::string& json) {

@@ -6,12 +6,12 @@
 #include <sstream>
 
 #include "lmc-tool/lmc_writer.h"
-#include "lmc-tool/scratch_dir.h"
+#include "util/testing/scratch_dir.h"
 
 namespace {
 
 using kvn::lmc::LmcTool;
-using kvn::lmc::ScratchDir;
+using kvn::testing::ScratchDir;
 
 class LmcToolTest : public ::testing::Test {
  protected:

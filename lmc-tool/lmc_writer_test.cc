@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "lmc-tool/scratch_dir.h"
 #include "lmc/big_endian.h"
 #include "lmc/kvn_cpm_common_crc.h"
+#include "util/testing/scratch_dir.h"
 
 namespace {
 
@@ -71,11 +71,11 @@ TEST(LmcWriter, RefusesWhatTheFormatCannotHold) {
 }
 
 TEST(LmcWriter, WriteFileLeavesNoTemporaryBehind) {
-  kvn::lmc::ScratchDir dir;
+  kvn::testing::ScratchDir dir;
   LmcWriter w;
   w.addModule(module("a", "data"));
   w.writeFile(dir.file("c.lmc"));
-  EXPECT_EQ(kvn::lmc::ScratchDir::read(dir.file("c.lmc")), w.build());
+  EXPECT_EQ(kvn::testing::ScratchDir::read(dir.file("c.lmc")), w.build());
   EXPECT_THROW(w.writeFile(dir.file("no/such/dir/c.lmc")), std::runtime_error);
   size_t files = 0;
   for (const auto& e : std::filesystem::directory_iterator(dir.path())) files += e.exists();

@@ -7,18 +7,18 @@
 #include <string>
 
 #include "lmc-tool/lmc_writer.h"
-#include "lmc-tool/scratch_dir.h"
 #include "lmc/big_endian.h"
 #include "lmc/kvn_cpm_common_crc.h"
 #include "tracing/log_capture.h"
+#include "util/testing/scratch_dir.h"
 
 namespace {
 
 using kvn::lmc::LmcWriter;
 using kvn::lmc::LmDefinition;
-using kvn::lmc::ScratchDir;
 using kvn::log::Level;
 using kvn::log::LogCapture;
+using kvn::testing::ScratchDir;
 
 LmDefinition module(const std::string& identity, const std::string& content, uint16_t ca = 0,
                     bool gzip = false) {

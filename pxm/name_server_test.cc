@@ -91,37 +91,8 @@ class NameServerTest : public ::testing::Test {
   uint32_t a_ = 0, b_ = 0, watcher_ = 0;
 };
 
-TEST_F(NameServerTest, SubscriberHearsOfExistingAndLaterPublicationsAndOfWithdrawals) {
-  EXPECT_EQ(ns_.publish(1, a_, "kvn", ""), uint32_t{NS_OK});
-  const uint32_t id = subscribe("kvn", 0x1122334455667788ull);
-  ASSERT_EQ(out_.size(), 2u);
-  EXPECT_EQ(out_[0].msgno, VOLD_SUBSCRIBE_RSP);
-  EXPECT_EQ(out_[0].tag, 0x1122334455667788ull);
-  EXPECT_EQ(out_[0].to, watcher_);
-  EXPECT_EQ(out_[0].conn, 3u);
-  EXPECT_EQ(out_[1].msgno, VOLD_SERVICE_ADDED_IND);
-  EXPECT_EQ(out_[1].subscription, id);
-  EXPECT_EQ(out_[1].service, "kvn");
-  EXPECT_EQ(out_[1].huntpath, "svc-a");
-  EXPECT_EQ(out_[1].publisher, a_);
-
-  EXPECT_EQ(ns_.publish(2, b_, "kvn", ""), uint32_t{NS_OK});
-  EXPECT_EQ(ns_.publish(2, b_, "kvn", ""), uint32_t{NS_OK}) << "again: no change";
-  EXPECT_EQ(ns_.publish(2, b_, "other", ""), uint32_t{NS_OK}) << "not subscribed to";
-  ASSERT_EQ(out_.size(), 3u);
-  EXPECT_EQ(out_[2].huntpath, "svc-b");
-
-  EXPECT_EQ(ns_.unpublish(1, a_, "kvn"), uint32_t{NS_OK});
-  ASSERT_EQ(out_.size(), 4u);
-  EXPECT_EQ(out_[3].msgno, VOLD_SERVICE_REMOVED_IND);
-  EXPECT_EQ(out_[3].huntpath, "svc-a");
-
-  EXPECT_EQ(ns_.unsubscribe(3, watcher_, id), uint32_t{NS_OK});
-  EXPECT_EQ(ns_.unpublish(2, b_, "kvn"), uint32_t{NS_OK});
-  EXPECT_EQ(out_.size(), 4u) << "no indication after unsubscribe";
-  EXPECT_EQ(ns_.subscriptionCount(), 0u);
-}
-
+// Subscriptions that hear of earlier and later publications and of withdrawals, through the
+// library and the hub: NsTest.SubscriptionBeforeAndAfterPublicationAndAKilledPublisher.
 TEST_F(NameServerTest, OnlyTheOwnerPublishesUnpublishesAndUnsubscribes) {
   EXPECT_EQ(ns_.publish(2, a_, "kvn", ""), uint32_t{NS_BAD_ARGUMENT}) << "another's mailbox";
   EXPECT_EQ(ns_.publish(1, 999, "kvn", ""), uint32_t{NS_BAD_ARGUMENT}) << "no such mailbox";

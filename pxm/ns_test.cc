@@ -17,17 +17,19 @@
 #include <thread>
 #include <vector>
 
-#include "pxm/child_process.h"
 #include "pxm/frame.h"
 #include "pxm/ns_admin.h"
 #include "pxm/ns_frame.h"
-#include "pxm/test_hub.h"
+#include "tests/e2e/process.h"
+#include "tests/e2e/pxm_hub.h"
+#include "util/testing/raw_hub_client.h"
 
 namespace pxm {
 namespace {
 
-using testing::ChildProcess;
-using testing::TestHub;
+using kvn::e2e::OwnHub;
+using kvn::e2e::Process;
+using kvn::testing::RawHubClient;
 
 constexpr uint32_t kLimitMs = 10000;  // generous bound for anything that must arrive
 constexpr uint32_t kReady = 0x5101;
@@ -118,10 +120,11 @@ class NsTest : public ::testing::Test {
   void TearDown() override { pxm_exit(); }
 
   // Forks a publisher and waits until its name is published; its mailbox id.
-  pxm_mbox_id_t startPublisher(std::unique_ptr<ChildProcess>* child, const char* name,
+  pxm_mbox_id_t startPublisher(std::unique_ptr<Process>* child, const char* name,
                                const char* service) {
     const pxm_mbox_id_t parent = self_;
-    *child = std::make_unique<ChildProcess>([=] { return publisherChild(name, service, parent); });
+    *child = std::make_unique<Process>(hub_.dir(), name,
+                                       [=] { return publisherChild(name, service, parent); });
     const uint32_t filter[] = {1, kReady};
     pxm_msg* ready = pxm_receive(filter, kLimitMs, PXM_FROM_ALL);
     EXPECT_NE(ready, nullptr) << name << " did not publish";
@@ -130,7 +133,7 @@ class NsTest : public ::testing::Test {
     return id;
   }
 
-  TestHub hub_{PXMD_PATH};
+  OwnHub hub_;
   pxm_mbox_id_t self_ = PXM_NO_MBOX;
 };
 
@@ -154,7 +157,7 @@ TEST_F(NsTest, PublishLookupUnpublish) {
 }
 
 TEST_F(NsTest, SeveralPublishersOfOneNameAndAListFreedThroughItsHead) {
-  std::unique_ptr<ChildProcess> a, b;
+  std::unique_ptr<Process> a, b;
   const pxm_mbox_id_t ida = startPublisher(&a, "pub-a", "shared");
   const pxm_mbox_id_t idb = startPublisher(&b, "pub-b", "shared");
   EXPECT_EQ(ns_unpublish("shared", "", self_, ""), NS_NOT_PUBLISHED) << "not ours";
@@ -177,7 +180,7 @@ TEST_F(NsTest, SubscriptionBeforeAndAfterPublicationAndAKilledPublisher) {
   ASSERT_EQ(rsp.msgno, VOLD_SUBSCRIBE_RSP);
   EXPECT_EQ(rsp.tag, 41u);
 
-  std::unique_ptr<ChildProcess> a, b;
+  std::unique_ptr<Process> a, b;
   const pxm_mbox_id_t ida = startPublisher(&a, "pub-a", "svc");
   Indication added = receiveIndication();
   EXPECT_EQ(added.msgno, VOLD_SERVICE_ADDED_IND);
@@ -198,7 +201,7 @@ TEST_F(NsTest, SubscriptionBeforeAndAfterPublicationAndAKilledPublisher) {
   EXPECT_EQ(ns_unsubscribe(rsp2.subscription, self_), NS_OK);
   EXPECT_EQ(ns_unsubscribe(rsp2.subscription, self_), NS_NOT_SUBSCRIBED);
 
-  a->kill9();
+  a->stop(SIGKILL);
   const Indication removed = receiveIndication();
   EXPECT_EQ(removed.msgno, VOLD_SERVICE_REMOVED_IND);
   EXPECT_EQ(removed.subscription, rsp.subscription) << "the ended subscription hears nothing";
@@ -208,7 +211,7 @@ TEST_F(NsTest, SubscriptionBeforeAndAfterPublicationAndAKilledPublisher) {
 
   // Unsubscribed: the last publisher goes unheard.
   EXPECT_EQ(ns_unsubscribe(rsp.subscription, self_), NS_OK);
-  b->kill9();
+  b->stop(SIGKILL);
   EXPECT_EQ(receiveIndication(300).msgno, 0u);
   EXPECT_TRUE(lookup("svc").empty());
 }
@@ -231,178 +234,59 @@ TEST_F(NsTest, BadArgumentsAreRefused) {
   EXPECT_EQ(lookup(garbage.c_str()).size(), 1u);
 }
 
-// A raw connection that speaks the wire directly, to send what the library never would.
-class RawClient {
- public:
-  explicit RawClient(const std::string& path) {
-    fd_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un addr{};
-    addr.sun_family = AF_UNIX;
-    std::strncpy(addr.sun_path, path.c_str(), sizeof addr.sun_path - 1);
-    connected_ = ::connect(fd_, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
-  }
-  ~RawClient() { ::close(fd_); }
-  bool connected() const { return connected_; }
-
-  void frame(uint16_t type, const std::string& body) {
-    const FrameHeader header{static_cast<uint32_t>(body.size()), type, 0};
-    std::string out(reinterpret_cast<const char*>(&header), sizeof header);
-    out += body;
-    ASSERT_EQ(::send(fd_, out.data(), out.size(), MSG_NOSIGNAL), static_cast<ssize_t>(out.size()));
-  }
-  // The value of the next kReply, 0xdead when none came.
-  uint32_t replyValue() {
-    char head[16];
-    size_t got = 0;
-    while (got < sizeof head && readable()) {
-      const ssize_t n = ::recv(fd_, head + got, sizeof head - got, 0);
-      if (n <= 0) break;
-      got += static_cast<size_t>(n);
-    }
-    if (got != sizeof head) return 0xdeadu;
-    // Skip any data of the reply.
-    size_t rest = loadU32(head) - 8;
-    char sink[256];
-    while (rest > 0 && readable()) {
-      const ssize_t n = ::recv(fd_, sink, std::min(rest, sizeof sink), 0);
-      if (n <= 0) break;
-      rest -= static_cast<size_t>(n);
-    }
-    return loadU32(head + 12);
-  }
-  bool cutOff() {
-    char buf[4096];
-    while (readable()) {
-      const ssize_t n = ::recv(fd_, buf, sizeof buf, 0);
-      if (n <= 0) return true;
-    }
-    return false;
-  }
-
- private:
-  bool readable() {
-    pollfd pfd{fd_, POLLIN, 0};
-    return ::poll(&pfd, 1, kLimitMs) == 1;
-  }
-  int fd_ = -1;
-  bool connected_ = false;
-};
-
-std::string words(std::initializer_list<uint32_t> values) {
-  std::string out;
-  for (uint32_t v : values) appendU32(out, v);
-  return out;
-}
-
 TEST_F(NsTest, MalformedRequestsCutOffTheSenderAndTheHubGoesOn) {
   ASSERT_EQ(ns_publish("svc", "", self_, ""), NS_OK);
-  RawClient raw(hub_.socketPath());
+  RawHubClient raw(hub_.socketPath());
   ASSERT_TRUE(raw.connected());
-  raw.frame(kHello, words({1, kProtocolVersion, 0}));
+  raw.frame(kHello, {1, kProtocolVersion, 0});
   ASSERT_EQ(raw.replyValue(), kProtocolVersion);
-  raw.frame(kCreate, words({2}) + "raw");
+  raw.frame(kCreate, {2}, "raw");
   const uint32_t rawBox = raw.replyValue();
   ASSERT_NE(rawBox, PXM_NO_MBOX);
   // Well-formed but wrong: answered, not cut off.
-  raw.frame(kNsPublish, words({3, rawBox, 0}));
+  raw.frame(kNsPublish, {3, rawBox, 0});
   EXPECT_EQ(raw.replyValue(), uint32_t{NS_BAD_ARGUMENT}) << "empty name";
-  raw.frame(kNsPublish, words({4, self_, 3}) + "svc");
+  raw.frame(kNsPublish, {4, self_, 3}, "svc");
   EXPECT_EQ(raw.replyValue(), uint32_t{NS_BAD_ARGUMENT}) << "another process's mailbox";
-  raw.frame(kNsPublish, words({5, rawBox, 3}) + "raw");
+  raw.frame(kNsPublish, {5, rawBox, 3}, "raw");
   EXPECT_EQ(raw.replyValue(), uint32_t{NS_OK});
   EXPECT_EQ(lookup("raw").size(), 1u);
   // A length that points past the end of the frame.
-  raw.frame(kNsSubscribe, words({6, rawBox, 0, 0, 0xFFFFFFF0u}) + "svc");
+  raw.frame(kNsSubscribe, {6, rawBox, 0, 0, 0xFFFFFFF0u}, "svc");
   EXPECT_TRUE(raw.cutOff());
   EXPECT_TRUE(lookup("raw").empty()) << "its names went with it";
   EXPECT_EQ(lookup("svc").size(), 1u);
   EXPECT_EQ(ns_publish("more", "", self_, ""), NS_OK);
 }
 
-// pxm-ns as a process, its standard output in a file.
-class Tool {
- public:
-  Tool(const std::string& out, std::vector<std::string> args) : out_(out) {
-    pid_ = ::fork();
-    if (pid_ == 0) {
-      FILE* f = std::freopen(out.c_str(), "w", stdout);
-      if (!f) ::_exit(127);
-      std::vector<char*> argv{const_cast<char*>(PXM_NS_PATH)};
-      for (std::string& a : args) argv.push_back(a.data());
-      argv.push_back(nullptr);
-      ::execv(PXM_NS_PATH, argv.data());
-      ::_exit(127);
-    }
-  }
-  ~Tool() {
-    if (pid_ > 0 && !status_) {
-      ::kill(pid_, SIGKILL);
-      ::waitpid(pid_, nullptr, 0);
-    }
-  }
-  // The exit value, -1 when it did not end within the bound.
-  int wait() {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kLimitMs);
-    int status = 0;
-    while (std::chrono::steady_clock::now() < end) {
-      if (::waitpid(pid_, &status, WNOHANG) == pid_) {
-        status_ = true;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return -1;
-  }
-  void signal(int signo) { ::kill(pid_, signo); }
-  std::string out() const {
-    std::string text;
-    if (FILE* f = std::fopen(out_.c_str(), "r")) {
-      char buf[4096];
-      for (size_t n; (n = std::fread(buf, 1, sizeof buf, f)) > 0;) text.append(buf, n);
-      std::fclose(f);
-    }
-    return text;
-  }
-  bool outContains(const std::string& part) const {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kLimitMs);
-    while (out().find(part) == std::string::npos) {
-      if (std::chrono::steady_clock::now() >= end) return false;
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
-  }
-
- private:
-  std::string out_;
-  pid_t pid_ = -1;
-  bool status_ = false;
-};
-
 TEST_F(NsTest, ToolListsLooksUpAndWatches) {
-  const std::string dir = hub_.runDir();
-  Tool watch(dir + "/watch.out", {"watch", "svc"});
-  ASSERT_TRUE(watch.outContains("watching\tsvc\n")) << watch.out();
+  const auto tool = [this](const char* name, std::vector<std::string> args) {
+    return std::make_unique<Process>(hub_.dir(), name, PXM_NS_PATH, std::move(args));
+  };
+  const auto shows = [](Process& p, const std::string& part) {
+    return kvn::e2e::eventually([&] { return p.out().find(part) != std::string::npos; });
+  };
+  auto watch = tool("watch", {"watch", "svc"});
+  ASSERT_TRUE(shows(*watch, "watching\tsvc\n")) << watch->out();
 
   ASSERT_EQ(ns_publish("svc", "", self_, ""), NS_OK);
   ASSERT_EQ(ns_publish("a name", "", self_, ""), NS_OK);
   const std::string id = std::to_string(self_);
-  EXPECT_TRUE(watch.outContains("added\tsvc\twatcher\t" + id + "\n")) << watch.out();
+  EXPECT_TRUE(shows(*watch, "added\tsvc\twatcher\t" + id + "\n")) << watch->out();
 
-  Tool list(dir + "/list.out", {"list"});
-  EXPECT_EQ(list.wait(), 0);
-  EXPECT_EQ(list.out(), "a name\twatcher\t" + id + "\nsvc\twatcher\t" + id + "\n");
-  Tool found(dir + "/found.out", {"lookup", "svc"});
-  EXPECT_EQ(found.wait(), 0);
-  EXPECT_EQ(found.out(), "svc\twatcher\t" + id + "\n");
-  Tool missing(dir + "/missing.out", {"lookup", "nothing"});
-  EXPECT_EQ(missing.wait(), 1);
-  Tool usage(dir + "/usage.out", {"watch"});
-  EXPECT_EQ(usage.wait(), 2);
+  auto list = tool("list", {"list"});
+  EXPECT_EQ(list->wait(), 0);
+  EXPECT_EQ(list->out(), "a name\twatcher\t" + id + "\nsvc\twatcher\t" + id + "\n");
+  auto found = tool("found", {"lookup", "svc"});
+  EXPECT_EQ(found->wait(), 0);
+  EXPECT_EQ(found->out(), "svc\twatcher\t" + id + "\n");
+  EXPECT_EQ(tool("missing", {"lookup", "nothing"})->wait(), 1);
+  EXPECT_EQ(tool("usage", {"watch"})->wait(), 2);
 
   ASSERT_EQ(ns_unpublish("svc", "", self_, ""), NS_OK);
-  EXPECT_TRUE(watch.outContains("removed\tsvc\twatcher\t" + id + "\n")) << watch.out();
-  watch.signal(SIGINT);
-  EXPECT_EQ(watch.wait(), 0);
+  EXPECT_TRUE(shows(*watch, "removed\tsvc\twatcher\t" + id + "\n")) << watch->out();
+  watch->signal(SIGINT);
+  EXPECT_EQ(watch->wait(), 0);
 }
 
 }  // namespace

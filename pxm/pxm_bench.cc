@@ -19,14 +19,20 @@
 #include <vector>
 
 #include "bench/ratio_reporter.h"
-#include "pxm/child_process.h"
 #include "pxm/pxm.h"
-#include "pxm/test_hub.h"
+#include "tests/e2e/process.h"
+#include "tests/e2e/pxm_hub.h"
 
 namespace {
 
-using pxm::testing::ChildProcess;
-using pxm::testing::TestHub;
+using kvn::e2e::OwnHub;
+using kvn::e2e::Process;
+
+// Where the echo and relay processes of the socket figures keep their output.
+const kvn::e2e::RunDir& scratch() {
+  static const kvn::e2e::RunDir dir;
+  return dir;
+}
 
 constexpr uint32_t kData = 0x6000;
 constexpr uint32_t kFound = 0x6001;
@@ -80,10 +86,10 @@ int directEcho(int fd, size_t size) {
 // A hub, this process attached with a mailbox, and an echo process.
 class HubPair {
  public:
-  HubPair() : hub_(PXMD_PATH) {
+  HubPair() {
     if (!hub_.running() || pxm_init(2, 0, nullptr, nullptr, 0) != 0) return;
     if (pxm_create_mailbox("bench", 0) == PXM_NO_MBOX) return;
-    echoProcess_ = std::make_unique<ChildProcess>(hubEcho);
+    echoProcess_ = std::make_unique<Process>(hub_.dir(), "echo", hubEcho);
     pxm_msg* found = pxm_alloc(4, kFound);
     pxm_locate_async("echo", &found, PXM_MY_MBOX);
     pxm_msg* answer = pxm_receive(nullptr, 10000, PXM_FROM_ALL);
@@ -101,8 +107,8 @@ class HubPair {
   pxm_mbox_id_t echo() const { return echo_; }
 
  private:
-  TestHub hub_;
-  std::unique_ptr<ChildProcess> echoProcess_;
+  OwnHub hub_;
+  std::unique_ptr<Process> echoProcess_;
   pxm_mbox_id_t echo_ = PXM_NO_MBOX;
 };
 
@@ -111,7 +117,7 @@ class DirectPair {
  public:
   explicit DirectPair(size_t size) {
     ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds_);
-    echoProcess_ = std::make_unique<ChildProcess>([this, size] {
+    echoProcess_ = std::make_unique<Process>(scratch(), "echo", [this, size] {
       ::close(fds_[0]);
       return directEcho(fds_[1], size);
     });
@@ -125,7 +131,7 @@ class DirectPair {
 
  private:
   int fds_[2] = {-1, -1};
-  std::unique_ptr<ChildProcess> echoProcess_;
+  std::unique_ptr<Process> echoProcess_;
 };
 
 // A socket pair to a relay process, which copies bytes both ways to an echo process.
@@ -135,13 +141,13 @@ class RelayChain {
     int front[2], back[2];
     ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, front);
     ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, back);
-    echoProcess_ = std::make_unique<ChildProcess>([&] {
+    echoProcess_ = std::make_unique<Process>(scratch(), "echo", [&] {
       ::close(front[0]);
       ::close(front[1]);
       ::close(back[0]);
       return directEcho(back[1], size);
     });
-    relayProcess_ = std::make_unique<ChildProcess>([&] {
+    relayProcess_ = std::make_unique<Process>(scratch(), "relay", [&] {
       ::close(front[0]);
       ::close(back[1]);
       return relay(front[1], back[0]);
@@ -181,8 +187,8 @@ class RelayChain {
   }
 
   int fd_ = -1;
-  std::unique_ptr<ChildProcess> echoProcess_;
-  std::unique_ptr<ChildProcess> relayProcess_;
+  std::unique_ptr<Process> echoProcess_;
+  std::unique_ptr<Process> relayProcess_;
 };
 
 void sendData(pxm_mbox_id_t to, size_t size) {

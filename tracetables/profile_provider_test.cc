@@ -5,20 +5,20 @@
 #include <stdexcept>
 
 #include "lmc-tool/lmc_writer.h"
-#include "lmc-tool/scratch_dir.h"
 #include "lmc-tool/table_blob_writer.h"
 #include "tracetables/bad_lmc_exception.h"
 #include "tracetables/bad_profile_exception.h"
 #include "tracetables/invalid_probe_exception.h"
 #include "tracetables/profile_lmc_reader.h"
 #include "tracetables/trace_lmc_reader.h"
+#include "util/testing/scratch_dir.h"
 
 namespace {
 
 using kvn::lmc::LmcWriter;
 using kvn::lmc::LmDefinition;
-using kvn::lmc::ScratchDir;
 using kvn::lmc::TableBlobWriter;
+using kvn::testing::ScratchDir;
 using kvntrace::Profile;
 using kvntrace::ProfileProvider;
 using Strings = std::vector<std::string>;

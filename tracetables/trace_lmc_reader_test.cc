@@ -6,22 +6,23 @@
 #include <vector>
 
 #include "lmc-tool/lmc_writer.h"
-#include "lmc-tool/scratch_dir.h"
 #include "lmc-tool/table_blob_writer.h"
 #include "tracing/log_capture.h"
+#include "util/testing/scratch_dir.h"
 
 namespace {
 
 using kvn::lmc::LmcWriter;
 using kvn::lmc::LmDefinition;
-using kvn::lmc::ScratchDir;
 using kvn::lmc::TableBlobWriter;
 using kvn::log::Level;
 using kvn::log::LogCapture;
+using kvn::testing::ScratchDir;
 using kvntrace::TraceLmcReader;
 using Strings = std::vector<std::string>;
 
-LmDefinition tableModule(const std::string& identity, const TableBlobWriter& blob, uint16_t ca = 1) {
+LmDefinition tableModule(const std::string& identity, const TableBlobWriter& blob,
+                         uint16_t ca = 1) {
   LmDefinition m;
   m.identity = identity;
   m.compression = ca;
@@ -41,7 +42,8 @@ TableBlobWriter metadata(const Strings& traceIds) {
 
 class TraceLmcReaderTest : public ::testing::Test {
  protected:
-  std::string container(const std::vector<LmDefinition>& modules, const std::string& name = "c.lmc") {
+  std::string container(const std::vector<LmDefinition>& modules,
+                        const std::string& name = "c.lmc") {
     LmcWriter w;
     for (const LmDefinition& m : modules) w.addModule(m);
     w.writeFile(dir.file(name));

@@ -53,13 +53,6 @@ TEST(CmdParserTest, UsageOfARootWithSubcommands) {
   EXPECT_EQ(zothTree()->usage(), want);
 }
 
-TEST(CmdParserTest, UsageOfALeafHasNoOptionsOrSubcommands) {
-  CmdParser leaf("dspload", "Measure the capacity load on the dsps");
-  EXPECT_EQ(leaf.usage(), std::string("\nInfo:\n  Measure the capacity load on the dsps\n\n"
-                                      "Syntax:\n  dspload [--help] [@<YLM Name>] <subcmd>\n\n") +
-                              kClosing);
-}
-
 TEST(CmdParserTest, NameColumnIsAtLeast12AndAtMost30) {
   CmdParser root("zomlek", "Base band capacity session.");
   root.addSubcommand(std::make_shared<CmdParser>(std::string(40, 'n'), "long"));

@@ -129,10 +129,8 @@ TEST_F(CmdSessionFactoryTest, ArgumentCountMustMatchTheBlock) {
 }
 
 TEST_F(CmdSessionFactoryTest, BlockWithoutFinalNulLosesItsLastByte) {
-  LogCapture cap;
   request("zoth", 1);  // read as "zot"
   expectRefused(2);
-  EXPECT_TRUE(cap.has(Level::Debug, "Tavi requested command which is not implemented: zot"));
 }
 
 TEST_F(CmdSessionFactoryTest, LengthBeyondTheMessageIsMalformedNotARead) {
@@ -150,10 +148,8 @@ TEST_F(CmdSessionFactoryTest, LengthBeyondTheMessageIsMalformedNotARead) {
 }
 
 TEST_F(CmdSessionFactoryTest, UnknownRootAndZorfOtherThanLogAreRefused) {
-  LogCapture cap;
   request(std::string("nope\0a\0b\0", 9), 3);
   expectRefused(2);
-  EXPECT_TRUE(cap.has(Level::Debug, "Tavi requested command which is not implemented: nope a b"));
   request(std::string("zorf\0--help\0", 12), 2);
   expectRefused(2);
   request(std::string("zorf\0", 5), 1);

@@ -18,8 +18,6 @@ using kvn::log::Level;
 using kvn::log::LogCapture;
 using Sent = kvn::testing::FakePxm::Sent;
 
-constexpr uint16_t kFrontEndRoutine = 77;
-
 // A session whose start the test decides, and which says when it is gone.
 class ScriptedSession : public CmdSession {
  public:
@@ -38,14 +36,6 @@ class ScriptedSession : public CmdSession {
 
 class CmdSessionTest : public kvn::testing::CmdLayerTestBase {
  protected:
-  // Registers and starts a session as the factory does; returns its number.
-  uint16_t launch(const std::shared_ptr<CmdSession>& session) {
-    session->attachTavi(std::make_shared<TaviCommandProxy>(&table, peer, kFrontEndRoutine));
-    const uint16_t id = table.allocate(session);
-    session->start();
-    return id;
-  }
-
   std::vector<Sent> received(uint16_t submsgno) {
     std::vector<Sent> out;
     while (auto m = pxm.popSent(peer))

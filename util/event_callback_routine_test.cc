@@ -8,16 +8,12 @@
 #include "util/event.h"
 #include "util/routine_table.h"
 #include "util/testing/fake_pxm.h"
+#include "util/testing/null_log.h"
 
 namespace kvn {
 namespace {
 
-class NullLog : public RoutineTableLog {
- public:
-  void error(const char*, ...) override {}
-  void info(const char*, ...) override {}
-  void debug(const char*, ...) override {}
-};
+using kvn::testing::NullLog;
 
 TEST(EventCallbackRoutine, FirstCallbackOfAnEventStaysAndRemovalUnsubscribes) {
   kvn::testing::FakePxm pxm;

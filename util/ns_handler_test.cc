@@ -153,7 +153,6 @@ TEST_F(NsHandlerTest, PublishKeepsOnlySuccessesAndUnpublishForgetsInAnyCase) {
 }
 
 TEST_F(NsHandlerTest, SubscriptionsAreTaggedAndAnsweredIndicationsReachTheCallback) {
-  LogCapture cap;
   ns_.subscribe("x", [this](const NsSubscribe::Entry& e) { heard_.push_back(e); });
   ns_.subscribe("x", [](const NsSubscribe::Entry&) { ADD_FAILURE() << "second callback kept"; });
   ns_.subscribe("y", [](const NsSubscribe::Entry&) {});
@@ -163,35 +162,26 @@ TEST_F(NsHandlerTest, SubscriptionsAreTaggedAndAnsweredIndicationsReachTheCallba
   EXPECT_EQ(client_.subscribed[0].tag, 0u);
   EXPECT_EQ(client_.subscribed[0].mbox, kOwn);
   EXPECT_EQ(client_.subscribed[1].tag, 1u);
-  EXPECT_TRUE(cap.has(Level::Debug, "Subscribing on service x in nameserver"));
 
   indication(VOLD_SERVICE_ADDED_IND, 40, "x", "early");
-  EXPECT_TRUE(cap.has(Level::Debug, "Received service added for unknown subscription"));
   subscribeRsp(40, 0);
-  EXPECT_TRUE(cap.has(Level::Debug, "Received VOLD_SUBSCRIBE_RSP"));
   indication(VOLD_SERVICE_ADDED_IND, 40, "x", "tc-b");
-  EXPECT_TRUE(cap.has(Level::Debug, "Received VOLD_SERVICE_ADDED_IND"));
   ASSERT_EQ(heard_.size(), 1u);
   EXPECT_EQ(heard_[0], NsSubscribe::Entry("x", "tc-b"));
 
   indication(VOLD_SERVICE_REMOVED_IND, 40, "x", "tc-b");
-  EXPECT_TRUE(cap.has(Level::Debug, "Received VOLD_SERVICE_REMOVED_IND"));
   deliver(pxm_.alloc(8, 0x1234));
-  EXPECT_TRUE(cap.has(Level::Debug, "Received unhandled signal"));
   EXPECT_EQ(heard_.size(), 1u);
 
   ns_.unsubscribe("x");
   EXPECT_EQ(client_.unsubscribed, std::vector<uint32_t>{40});
-  EXPECT_TRUE(cap.has(Level::Debug, "Unsubscribing on service x in nameserver"));
   indication(VOLD_SERVICE_ADDED_IND, 40, "x", "tc-c");
   EXPECT_EQ(heard_.size(), 1u);
 }
 
 TEST_F(NsHandlerTest, AnswerToAnUnknownOrCancelledTagIsUnsubscribedOnce) {
-  LogCapture cap;
   subscribeRsp(9, 1234);
   EXPECT_EQ(client_.unsubscribed, std::vector<uint32_t>{9});
-  EXPECT_EQ(cap.count(Level::Debug, "Received subscribe response for unwanted subscription"), 1);
 
   ns_.subscribe("x", [this](const NsSubscribe::Entry& e) { heard_.push_back(e); });
   ns_.unsubscribe("x");  // still pending: nothing to tell the name server yet

@@ -10,15 +10,11 @@
 #include "util/routine.h"
 #include "util/routine_table.h"
 #include "util/testing/fake_pxm.h"
+#include "util/testing/null_log.h"
 
 namespace {
 
-class NullLog : public kvn::RoutineTableLog {
- public:
-  void error(const char*, ...) override {}
-  void info(const char*, ...) override {}
-  void debug(const char*, ...) override {}
-};
+using kvn::testing::NullLog;
 
 class CountingRoutine : public kvn::Routine {
  public:

@@ -14,6 +14,7 @@
 #include "util/routine.h"
 #include "util/routine_proxy.h"
 #include "util/testing/fake_pxm.h"
+#include "util/testing/null_log.h"
 #include "util/timer_queue.h"
 
 namespace kvn {
@@ -22,13 +23,7 @@ namespace {
 using kvn::log::Level;
 using kvn::log::LogCapture;
 using kvn::testing::FakePxm;
-
-class NullLog : public RoutineTableLog {
- public:
-  void error(const char*, ...) override {}
-  void info(const char*, ...) override {}
-  void debug(const char*, ...) override {}
-};
+using kvn::testing::NullLog;
 
 // Runs a test-given body for each message and tells the test when it dies.
 class ScriptedRoutine : public Routine {

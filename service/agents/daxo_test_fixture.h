@@ -18,6 +18,7 @@
 #include "util/routine_table.h"
 #include "util/routine_table_log.h"
 #include "util/testing/fake_pxm.h"
+#include "util/testing/null_log.h"
 #include "util/timer_queue.h"
 
 namespace kvn::testing {
@@ -25,12 +26,6 @@ namespace kvn::testing {
 class DaxoTestFixture : public ::testing::Test {
  protected:
   using Description = kvn::daxosim::AgentDescription;
-
-  struct NullLog : RoutineTableLog {
-    void error(const char*, ...) override {}
-    void info(const char*, ...) override {}
-    void debug(const char*, ...) override {}
-  };
 
   DaxoTestFixture() {
     DaxoTraceModel::resetAll();

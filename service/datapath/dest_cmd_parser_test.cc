@@ -12,19 +12,8 @@ class DestCmdParserTest : public kvn::testing::TnTestFixture {
  protected:
   // The text and result of `zoth dest <args>`, the parser's or the session's.
   std::pair<std::string, int> dest(const std::vector<std::string>& args) {
-    std::shared_ptr<CmdSession> session = parser.parse(args);
-    if (auto out = std::dynamic_pointer_cast<OutputCmdSession>(session))
-      return {out->getText(), out->getResult()};
-    session->attachTavi(std::make_shared<TaviCommandProxy>(&table, peer, 77));
-    table.allocate(session);
-    session->start();
-    run();
-    std::pair<std::string, int> answer{"", -1};
-    while (auto m = pxm.popSent(peer)) {
-      if (m->submsgno == 8) answer.first += m->text(18, m->be16(16));
-      if (m->submsgno == 7) answer.second = m->u8(12);
-    }
-    return answer;
+    const Answer a = command(parser.parse(args));
+    return {a.text, a.result.value_or(-1)};
   }
   // An error answer: the lines, then the usage.
   std::pair<std::string, int> failure(const std::string& lines) {

@@ -28,11 +28,6 @@ enum : uint16_t { kSetUp = 6, kEmpty = 9 };
 
 class RouteTest : public kvn::testing::TnTestFixture {
  protected:
-  struct Answer {
-    std::string text;
-    std::optional<int> result;
-  };
-
   void SetUp() override {
     TnTestFixture::SetUp();
     DaxoRecord& r = DaxoTraceModel::get(kAgent);
@@ -81,11 +76,7 @@ class RouteTest : public kvn::testing::TnTestFixture {
 
   Answer command(const std::vector<std::string>& words) {
     answer_ = {};
-    std::shared_ptr<CmdSession> session = parse(words);
-    session->attachTavi(std::make_shared<TaviCommandProxy>(&table, peer, 77));
-    table.allocate(session);
-    session->start();
-    run();
+    launch(parse(words));
     return answer();
   }
   // What the front end got so far. It plays its part: confirms each text and lets the command
@@ -95,11 +86,11 @@ class RouteTest : public kvn::testing::TnTestFixture {
       if (m->submsgno == 5) life = m->srcRoutineId;
       if (m->submsgno == 8) {
         answer_.text += m->text(18, m->be16(16));
-        pxm.injectObs(peer, m->srcRoutineId, 77, 9, {0, 0});
+        pxm.injectObs(peer, m->srcRoutineId, kFrontEndRoutine, 9, {0, 0});
       }
       if (m->submsgno == 7) {
         answer_.result = m->u8(12);
-        if (table.get(life)) pxm.injectObs(peer, life, 77, 4);
+        if (table.get(life)) pxm.injectObs(peer, life, kFrontEndRoutine, 4);
       }
       run();
     }
@@ -141,7 +132,6 @@ class RouteTest : public kvn::testing::TnTestFixture {
   std::shared_ptr<kvntrace::Event> connectEvent = std::make_shared<kvntrace::Event>();
   SuperTrace superTrace{connectEvent->getId(), &table, 3};
   std::deque<Sent> held;
-  Answer answer_;
   uint16_t life = 0;
   size_t slotsBefore = 0;
 };
@@ -269,20 +259,13 @@ TEST_F(RouteTest, TnFailuresAndAnAbortLeaveNothingBehind) {
   EXPECT_EQ(answer().text, "Route action failed with TN setup error: Daxo port alloc failed\n");
   EXPECT_EQ(answer().result, std::optional<int>(1));
 
-  pxm.kill(diagMbox);
-  run();
-  command({"1:embuf", "net1"});
-  reply(take(kDestRoutine, 0), 1, allocCfm());
-  reply(take(kDestRoutine, 3), 4);
-  EXPECT_EQ(answer().text,
-            "Route action failed with TN setup error: Failed to create UDP session towards TSI "
-            "proxy: DiagHandler is not connected.\n");
-  EXPECT_EQ(table.usedSlots(), slotsBefore);
+  // Without the diag handler: DaxoTnSessionTest.ALostDiagHandlerFailsTheUdpStep... and e2e
+  // RouteCommandTest.WithTheDiagHandlerGoneATnRouteFailsAndWorksOnceItIsBack.
 
   // The front end goes while the port is being allocated: the port is freed again.
   command({"1:embuf", "net1"});
   const Sent alloc = take(kDestRoutine, 0);
-  pxm.injectObs(peer, life, 77, 4);
+  pxm.injectObs(peer, life, kFrontEndRoutine, 4);
   run();
   EXPECT_EQ(answer().result, std::optional<int>(1));
   reply(alloc, 1, allocCfm());

@@ -42,12 +42,7 @@ TEST_F(DspLoadCmdParserTest, WordsDurationAndDeploymentAreCheckedBeforeAnyAgentI
   EXPECT_EQ(command(parser, {"-s", "1"}).text, "Error - Missing parameter\n\n");
   EXPECT_EQ(command(parser, {"frob", "-s", "1"}).text, "Error - Illegal command frob\n\n");
   EXPECT_EQ(command(parser, {"print", "-s", "2"}).text, "Dspload not deployed on daxo 2\n\n");
-  const Answer help = command(parser, {"--help"});
-  EXPECT_EQ(help.result, 1);
-  EXPECT_NE(help.text.find("   dspload snapshot -s <daxo id>                   Prints snapshot of "
-                           "dsp load\n      <daxo id>     like 1, DAXO1 or 256\n"),
-            std::string::npos)
-      << help.text;
+  EXPECT_EQ(command(parser, {"--help"}).result, 1);
   EXPECT_THROW(parser.parse({"print"}), DaxoMatchError) << "no -s names no agent";
   EXPECT_FALSE(request(1)) << "nothing reached the agent";
 }

@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "lmc-tool/lmc_writer.h"
-#include "lmc-tool/scratch_dir.h"
 #include "lmc-tool/table_blob_writer.h"
 #include "service/measurements/measurement_test_fixture.h"
 #include "service/measurements/trace_hit_counter_cmd_parser.h"
 #include "tracing/log_capture.h"
+#include "util/testing/scratch_dir.h"
 
 namespace kvn::testing {
 namespace {
@@ -65,7 +65,7 @@ class TraceHitCounterReadTest : public MeasurementTestFixture {
   }
 
   TraceHitCounterCmdParser parser;
-  lmc::ScratchDir dir;
+  kvn::testing::ScratchDir dir;
 };
 
 TEST_F(TraceHitCounterReadTest, ReadsOneAgentAfterTheOtherOnePieceAtATime) {

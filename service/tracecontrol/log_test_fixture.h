@@ -22,7 +22,6 @@
 #include "util/cmd_layer_test_base.h"
 #include "util/cmd_session.h"
 #include "util/event.h"
-#include "util/tavi_command_proxy.h"
 
 namespace kvn::testing {
 
@@ -53,7 +52,6 @@ class LogTestFixture : public CmdLayerTestBase {
  protected:
   static constexpr uint16_t kObjectRoutine = 40;
   static constexpr uint16_t kUtraceRoutine = 41;
-  static constexpr uint16_t kFrontEndRoutine = 77;
 
   struct Point {
     std::string name;
@@ -67,10 +65,6 @@ class LogTestFixture : public CmdLayerTestBase {
         {"DefaultProfile", {"*;*;*.check", "*;*;*.error", "*;*;*.info", "*;*;*.interface"}}};
     bool objectService = true;
     bool utraceService = true;
-  };
-  struct Answer {
-    std::string text;
-    std::optional<int> result;  // none while the command runs
   };
 
   LogTestFixture() { DaxoTraceModel::resetAll(); }
@@ -173,23 +167,7 @@ class LogTestFixture : public CmdLayerTestBase {
     run();
   }
 
-  void launch(const std::shared_ptr<CmdSession>& session) {
-    session->attachTavi(std::make_shared<TaviCommandProxy>(&table, peer, kFrontEndRoutine));
-    table.allocate(session);
-    session->start();
-    run();
-  }
-  // What the front end got so far.
-  Answer answer() {
-    while (auto m = pxm.popSent(peer)) {
-      if (m->submsgno == 8) answer_.text += m->text(18, m->be16(16));
-      if (m->submsgno == 7) answer_.result = m->u8(12);
-    }
-    return answer_;
-  }
-
   std::map<uint16_t, pxm_mbox_id_t> agentMailbox;
-  Answer answer_;
 };
 
 }  // namespace kvn::testing

@@ -13,6 +13,7 @@
 #include "service/tracecontrol/trace_object_controller.h"
 #include "service/tracecontrol/utrace_config.h"
 #include "tracing/log_capture.h"
+#include "util/testing/scratch_dir.h"
 
 namespace kvn {
 namespace {
@@ -45,10 +46,9 @@ TEST_F(TraceControlConnectHooksTest, AConnectGetsItsSendersAndTheirFirstBatches)
 }
 
 TEST_F(TraceControlConnectHooksTest, ASavedStateIsReadOnceAndDeleted) {
-  char dir[] = "/tmp/daxo-state-XXXXXX";
-  ASSERT_NE(mkdtemp(dir), nullptr);
-  setenv("LOG_DIR", dir, 1);
-  const std::string path = std::string(dir) + "/savedTraceGroupsAndProfilesTC2_MOKA-1";
+  const kvn::testing::ScratchDir dir;
+  setenv("LOG_DIR", dir.path().c_str(), 1);
+  const std::string path = dir.file("savedTraceGroupsAndProfilesTC2_MOKA-1");
   EXPECT_EQ(DaxoTraceModel::savedStatePath(DaxoTraceModel::get(1)).empty(), false);
   std::ofstream(path) << "state\n";
   std::vector<std::string> read;
@@ -68,7 +68,6 @@ TEST_F(TraceControlConnectHooksTest, ASavedStateIsReadOnceAndDeleted) {
   hooks.setSavedStateReader(nullptr);
   unsetenv("LOG_DIR");
   unsetenv("TRACE_CONTROLLER_ID");
-  rmdir(dir);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 
 #include "service/tracecontrol/log_test_fixture.h"
 #include "tracing/log_capture.h"
+#include "util/testing/scratch_dir.h"
 
 namespace kvn {
 namespace {
@@ -156,12 +157,6 @@ TEST_F(TraceStateSerializerTest, UtraceLinesNeedAKnownPointAndAFlag) {
 
 class TraceStateFileTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char templ[] = "/tmp/trace-state-XXXXXX";
-    ASSERT_NE(mkdtemp(templ), nullptr);
-    dir = templ;
-  }
-  void TearDown() override { EXPECT_EQ(system(("rm -rf " + dir).c_str()), 0); }
   std::vector<std::string> entries() {
     std::vector<std::string> names;
     DIR* d = opendir(dir.c_str());
@@ -170,11 +165,9 @@ class TraceStateFileTest : public ::testing::Test {
     closedir(d);
     return names;
   }
-  static std::string read(const std::string& path) {
-    std::ifstream in(path);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-  }
-  std::string dir;
+  static std::string read(const std::string& path) { return kvn::testing::ScratchDir::read(path); }
+  const kvn::testing::ScratchDir scratch;
+  const std::string dir = scratch.path();
 };
 
 TEST_F(TraceStateFileTest, ReplacesTheWholeFileAndLeavesNoTemporary) {

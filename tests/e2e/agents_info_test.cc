@@ -1,5 +1,5 @@
-// zoth info with real processes: the hub, the service, simulated agents and kvnsh, each a
-// process in a private run directory.
+// zoth info with real processes: the test system's hub and service, simulated agents of this
+// test's own descriptions, and kvnsh.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -11,21 +11,10 @@
 
 #include "tests/e2e/process.h"
 #include "tests/e2e/programs.h"
-#include "tests/e2e/pxm_hub.h"
-#include "tests/e2e/run_dir.h"
+#include "tests/e2e/test_system.h"
 
 namespace kvn::e2e {
 namespace {
-
-// One module with one trace object; enough for an agent to have a valid model from it.
-const char* const kContainer = R"({
-  "format_version": 1,
-  "modules": [
-    {"identity": "dsp", "role": "dsp", "compression": 1, "text": "image\n"},
-    {"role": "meta", "compression": 1, "metadata": {
-      "load_module": "dsp", "trace_objects": [{"name": "obj", "trace_id": 100}]}}
-  ]
-})";
 
 // Agent 1: one of its routines says it is two things, so its model is invalid.
 const char* const kBrokenAgent = R"({
@@ -39,7 +28,7 @@ const char* const kBrokenAgent = R"({
 // Agent 2: everything info lists, links with the default, a given and a zero link count.
 const char* const kMokaAgent = R"({
   "connect": "version", "version": 2, "bbmHwNumber": 2, "instanceName": "MOKA",
-  "domainDaxoIndex": 2, "roleIndex": 1, "loadModuleName": "dsp", "lmcPath": "agents.lmc",
+  "domainDaxoIndex": 2, "roleIndex": 1, "loadModuleName": "dsp1", "lmcPath": "agents.lmc",
   "routines": [
     {"routineId": 10, "implements": "embuf"},
     {"routineId": 11, "implements": "memoryBuffer"},
@@ -107,30 +96,12 @@ size_t countOf(const std::string& text, const std::string& part) {
 
 class AgentsInfoTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    for (const char* program : {programs::kPxmd, programs::kTraceController, programs::kKvnsh,
-                                programs::kDaxoSim, programs::kLmcTool})
-      if (*program == '\0') GTEST_SKIP() << "a program of the system is not built";
-    write("lmc.json", kContainer);
-    Process pack(dir_, "lmc-tool", programs::kLmcTool,
-                 {"pack", dir_.file("agents.lmc"), "--from", dir_.file("lmc.json")});
-    ASSERT_EQ(pack.wait(), 0) << pack.err();
-    hub_ = std::make_unique<PxmHub>(dir_);
-    ASSERT_TRUE(hub_->ok()) << "pxmd did not come up: " << hub_->process().err();
-    // LOG_DIR keeps the saved-state lookup at connect inside the run directory.
-    service_ = std::make_unique<Process>(
-        dir_, "service", programs::kTraceController, std::vector<std::string>{},
-        Process::Env{{"KVN_LOG_STDERR", "debug"}, {"LOG_DIR", dir_.path()}});
-    ASSERT_TRUE(eventually([&] {
-      return serviceLog().find("Mainloop starting") != std::string::npos || !service_->running();
-    }));
-    ASSERT_TRUE(service_->running()) << serviceLog();
-  }
+  void SetUp() override { ASSERT_TRUE(system_.ok()) << system_.error(); }
 
   void write(const std::string& name, const std::string& text) {
     std::ofstream(dir_.file(name)) << text;
   }
-  std::string serviceLog() const { return service_->err(); }
+  std::string serviceLog() { return system_.service().err(); }
 
   // Starts agent `number` from `description` and waits until the service has taken its connect
   // in: commands sent after that see the new model.
@@ -167,8 +138,7 @@ class AgentsInfoTest : public ::testing::Test {
   }
 
   RunDir dir_;
-  std::unique_ptr<PxmHub> hub_;
-  std::unique_ptr<Process> service_;
+  TestSystem system_{dir_};  // the hub, the service and the container agents.lmc
   std::map<int, std::unique_ptr<Process>> agents_;
   int starts_ = 0;
   int shells_ = 0;
@@ -211,7 +181,7 @@ TEST_F(AgentsInfoTest, KilledAgentDisappearsAndItsReconnectReplacesTheRecord) {
   ASSERT_NO_FATAL_FAILURE(killAgent(2));
   ASSERT_NO_FATAL_FAILURE(startAgent(2, R"({
     "connect": "version", "version": 1, "bbmHwNumber": 2, "instanceName": "MOKA",
-    "domainDaxoIndex": 3, "loadModuleName": "dsp", "lmcPath": "agents.lmc",
+    "domainDaxoIndex": 3, "loadModuleName": "dsp1", "lmcPath": "agents.lmc",
     "routines": [{"routineId": 44, "implements": "traceObjectManager"}]
   })"));
   EXPECT_EQ(info({"-v"}),
@@ -227,7 +197,7 @@ TEST_F(AgentsInfoTest, KilledAgentDisappearsAndItsReconnectReplacesTheRecord) {
   ASSERT_NO_FATAL_FAILURE(killAgent(2));
   ASSERT_NO_FATAL_FAILURE(killAgent(4));
   EXPECT_EQ(info(), "There is no daxo connected.\n");
-  EXPECT_TRUE(service_->running());
+  EXPECT_TRUE(system_.service().running());
 }
 
 }  // namespace

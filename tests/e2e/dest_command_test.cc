@@ -13,10 +13,6 @@
 namespace kvn::e2e {
 namespace {
 
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 TEST(DestCommandTest, AddedDestinationIsListed) {
   RunDir dir;
   TestSystem system(dir);

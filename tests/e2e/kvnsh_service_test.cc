@@ -1,4 +1,4 @@
-// kvnsh against the real service: pxmd, kvn-tracecontroller and kvnsh as processes.
+// kvnsh against the real service, as processes of the test system.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -8,36 +8,22 @@
 #include "tests/e2e/kvnsh_terminal.h"
 #include "tests/e2e/process.h"
 #include "tests/e2e/programs.h"
-#include "tests/e2e/pxm_hub.h"
-#include "tests/e2e/run_dir.h"
+#include "tests/e2e/test_system.h"
 
 namespace kvn::e2e {
 namespace {
 
-// The shell's status for a command the service refuses as not implemented.
+// The shell's statuses: the service refuses a command as not implemented, no such service, no
+// hub.
 constexpr int kRefusedNotImplemented = 104;
-
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
+constexpr int kNoService = 102;
+constexpr int kNoHub = 101;
 
 std::string binDirOf(const std::string& program) { return program.substr(0, program.rfind('/')); }
 
 class KvnshServiceTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    if (*programs::kPxmd == '\0' || *programs::kTraceController == '\0' ||
-        *programs::kKvnsh == '\0')
-      GTEST_SKIP() << "pxmd, kvn-tracecontroller and kvnsh are not all built";
-    hub_ = std::make_unique<PxmHub>(dir_);
-    ASSERT_TRUE(hub_->ok()) << "pxmd did not come up: " << hub_->process().err();
-    service_ = std::make_unique<Process>(dir_, "service", programs::kTraceController,
-                                         std::vector<std::string>{},
-                                         Process::Env{{"KVN_LOG_STDERR", "debug"}});
-    ASSERT_TRUE(eventually(
-        [&] { return contains(service_->err(), "Mainloop starting") || !service_->running(); }));
-    ASSERT_TRUE(service_->running()) << service_->err();
-  }
+  void SetUp() override { ASSERT_TRUE(system_.ok()) << system_.error(); }
 
   // Runs one command to its end through `program` (kvnsh or one of its links).
   int run(const std::string& program, std::vector<std::string> args) {
@@ -51,8 +37,7 @@ class KvnshServiceTest : public ::testing::Test {
   }
 
   RunDir dir_;
-  std::unique_ptr<PxmHub> hub_;
-  std::unique_ptr<Process> service_;
+  TestSystem system_{dir_};
   std::unique_ptr<Process> shell_;
   int runs_ = 0;
 };
@@ -77,9 +62,13 @@ TEST_F(KvnshServiceTest, HelpUnknownSubcommandAndRefusedRoot) {
   EXPECT_TRUE(contains(shell_->err(), "command not implemented (reason 2)")) << shell_->err();
   EXPECT_EQ(shell_->out(), "");
 
+  EXPECT_EQ(run(programs::kKvnsh, {"--service", "nobody", "zoth", "info"}), kNoService);
+  EXPECT_TRUE(contains(shell_->err(), "no service \"nobody\" on the mailbox hub")) << shell_->err();
+  EXPECT_EQ(run(programs::kKvnsh, {"--namespace", "elsewhere", "zoth", "info"}), kNoHub);
+
   // Every command was closed: the service is still there for the next.
-  EXPECT_TRUE(service_->running());
-  EXPECT_FALSE(contains(service_->err(), "ERROR")) << service_->err();
+  EXPECT_TRUE(system_.service().running());
+  EXPECT_FALSE(contains(system_.service().err(), "ERROR")) << system_.service().err();
 }
 
 TEST_F(KvnshServiceTest, PromptRunsTwoCommands) {
@@ -93,6 +82,26 @@ TEST_F(KvnshServiceTest, PromptRunsTwoCommands) {
   ASSERT_TRUE(term.waitFor("kvnsh> ")) << term.screen();
   term.type("exit\r");
   EXPECT_EQ(term.wait(), 2) << term.screen();  // the status of the last command
+}
+
+// Ctrl-C aborts the command that waits on an agent, not the shell; the line is kept in the
+// history, and Ctrl-D at an empty line ends the shell with the last command's status.
+TEST_F(KvnshServiceTest, CtrlCAbortsTheWaitingCommandAndTheShellGoesOn) {
+  ASSERT_TRUE(system_.startAgent(1, {"--drop-confirms"})) << system_.agent(1).err();
+  KvnshTerminal term(dir_, programs::kKvnsh);
+  ASSERT_TRUE(term.waitFor("kvnsh> ")) << term.screen();
+  term.type("zorf log enable 1 obj trace1\r");
+  ASSERT_TRUE(eventually([&] {
+    return contains(system_.service().err(), "cmdLine=zorf log enable 1 obj trace1");
+  })) << system_.service().err();
+  term.type("\x03");
+  ASSERT_TRUE(eventually([&] { return contains(system_.service().err(), " retVal=1"); }))
+      << system_.service().err();
+  ASSERT_TRUE(term.waitFor("kvnsh> ")) << term.screen();
+  term.type("\x04");
+  EXPECT_EQ(term.wait(), 1) << term.screen();
+  EXPECT_TRUE(contains(dir_.read(".kvnsh_history"), "trace1")) << dir_.read(".kvnsh_history");
+  EXPECT_TRUE(system_.service().running());
 }
 
 TEST_F(KvnshServiceTest, ADumpIsNeverPouredIntoATerminal) {

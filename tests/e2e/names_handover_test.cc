@@ -23,10 +23,6 @@ namespace {
 const char* const kAgentName = "kvn-tracecontroller:MOKA-1";
 const char* const kAgentNumber = "kvn-tracecontroller;1";
 
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 // One line of `pxm-ns watch`: event, service, huntpath.
 struct WatchLine {
   std::string event;

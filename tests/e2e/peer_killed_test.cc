@@ -38,11 +38,14 @@ TEST(PeerKilledTest, FrontEndKilledWhileItsCommandWaitsOnAnAgentLeavesNothingBeh
   ASSERT_TRUE(system.ok()) << system.error();
   const int idle = system.usedSlots();
   ASSERT_GT(idle, 0);
-  ASSERT_TRUE(system.startAgent(1, {"--confirm-delay-ms", "600"})) << system.agent(1).err();
+  // The agent holds each confirm far longer than the service takes to see a front end die,
+  // also under an emulator; the waits below are on the events, not on this delay.
+  ASSERT_TRUE(system.startAgent(1, {"--confirm-delay-ms", "4000"})) << system.agent(1).err();
 
   std::unique_ptr<Process> shell =
       system.startShell({"zorf", "log", "enable", "1", "obj", "trace1"});
-  ASSERT_TRUE(eventually([&] { return system.journalLines(1, kSetMask).size() == 2; }));
+  ASSERT_TRUE(eventually([&] { return system.journalLines(1, kSetMask).size() == 2; },
+                         std::chrono::seconds(20)));
   const size_t endsBefore = count(system.service().err(), "retVal=");
   const size_t confirmsBefore = system.journalLines(1, "confirm_sent").size();
   shell->signal(SIGKILL);
@@ -54,7 +57,7 @@ TEST(PeerKilledTest, FrontEndKilledWhileItsCommandWaitsOnAnAgentLeavesNothingBeh
   })) << system.service().err();
   EXPECT_EQ(system.journalLines(1, "confirm_sent").size(), confirmsBefore) << "too late";
   // The late confirm finds no session, and nothing is printed: every slot comes back.
-  EXPECT_TRUE(eventually([&] { return system.usedSlots() == idle; }))
+  EXPECT_TRUE(eventually([&] { return system.usedSlots() == idle; }, std::chrono::seconds(20)))
       << "used " << system.usedSlots() << ", at start " << idle;
   EXPECT_TRUE(system.service().running());
 }

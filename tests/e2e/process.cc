@@ -17,11 +17,25 @@ Process::Process(const RunDir& dir, std::string name, std::string program,
     : dir_(dir), name_(std::move(name)) {
   env["PXM_RUNDIR"] = dir.pxmRunDir();
   env.emplace("LTTNG_UST_REGISTER_TIMEOUT", "0");
-
   ExecArgs exec(program, std::move(args), env);
+  spawn([&exec] { ::execve(exec.path(), exec.argv(), exec.envp()); });
+}
 
-  const std::string outPath = dir.file(name_ + ".out");
-  const std::string errPath = dir.file(name_ + ".err");
+Process::Process(const RunDir& dir, std::string name, const std::function<int()>& body)
+    : dir_(dir), name_(std::move(name)) {
+  spawn([&body] {
+    int rc = 99;
+    try {
+      rc = body();
+    } catch (...) {
+    }
+    ::_exit(rc);
+  });
+}
+
+void Process::spawn(const std::function<void()>& body) {
+  const std::string outPath = dir_.file(name_ + ".out");
+  const std::string errPath = dir_.file(name_ + ".err");
   const int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   const int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   if (out < 0 || err < 0) throw std::runtime_error("cannot open the output files of " + name_);
@@ -32,7 +46,7 @@ Process::Process(const RunDir& dir, std::string name, std::string program,
     ::dup2(null, 0);
     ::dup2(out, 1);
     ::dup2(err, 2);
-    ::execve(exec.path(), exec.argv(), exec.envp());
+    body();
     ::_exit(127);
   }
   ::close(out);

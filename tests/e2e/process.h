@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -24,6 +25,9 @@ class Process {
 
   Process(const RunDir& dir, std::string name, std::string program,
           std::vector<std::string> args = {}, Env env = {});
+  // A forked copy of the test itself that runs `body` and exits with its result (99 if it
+  // throws): a second user of a library without a program of its own.
+  Process(const RunDir& dir, std::string name, const std::function<int()>& body);
   ~Process();
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
@@ -42,6 +46,8 @@ class Process {
   std::string err() const { return dir_.read(name_ + ".err"); }
 
  private:
+  // Forks with standard output and error going to the files; the child runs `body`.
+  void spawn(const std::function<void()>& body);
   bool reap(bool block);
 
   const RunDir& dir_;
@@ -49,6 +55,10 @@ class Process {
   pid_t pid_ = -1;
   std::optional<int> status_;
 };
+
+inline bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
 
 // Polls `done` every 10 ms until it holds or the deadline passes; true if it held.
 template <typename F>

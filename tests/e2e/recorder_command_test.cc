@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <iterator>
+#include <sstream>
 #include <string>
-#include <thread>
+#include <vector>
 
 #include "tests/e2e/process.h"
 #include "tests/e2e/test_system.h"
@@ -14,10 +16,6 @@ namespace kvn::e2e {
 namespace {
 
 using namespace std::chrono_literals;
-
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
 
 std::string decodeBase64(const std::string& text) {
   static const std::string alphabet =
@@ -63,6 +61,16 @@ class RecorderCommandTest : public ::testing::Test {
     words.insert(words.begin(), "zoth");
     return system.shell(words, out);
   }
+  // The seconds of lpp data in agent 1's buffer, from the duration column of the status.
+  double lppSeconds() {
+    std::string out;
+    if (zoth({"recorder", "status", "1"}, out) != 0) return 0;
+    const size_t at = out.find("\n   lpp ");
+    if (at == std::string::npos) return 0;
+    std::istringstream row(out.substr(at, out.find('\n', at + 1) - at));
+    const std::vector<std::string> f{std::istream_iterator<std::string>(row), {}};
+    return f.size() >= 3 ? std::stod(f[f.size() - 3]) : 0;
+  }
 
   RunDir dir;
   TestSystem system{dir};
@@ -76,7 +84,8 @@ TEST_F(RecorderCommandTest, ARecordingIsStoppedShownAndDumpedWhole) {
   ASSERT_EQ(zoth({"route", "1:lpp", "embuf"}, out), 0) << out;
   ASSERT_EQ(zoth({"recorder", "start", "1"}, out), 0) << out;
   EXPECT_EQ(out, "Started streaming or recording on daxos.\n");
-  std::this_thread::sleep_for(2s);
+  // More than the last second that the dump below asks for.
+  ASSERT_TRUE(eventually([&] { return lppSeconds() > 1.5; }, 30s));
   ASSERT_EQ(zoth({"recorder", "stop", "1"}, out), 0) << out;
   EXPECT_EQ(out, "Stopped recording on daxos.\n");
 
@@ -86,11 +95,12 @@ TEST_F(RecorderCommandTest, ARecordingIsStoppedShownAndDumpedWhole) {
   EXPECT_TRUE(contains(out, "\n bbEqm000001 ")) << out;
   EXPECT_TRUE(contains(out, "\n   lpp ")) << out;
   EXPECT_FALSE(contains(out, "currently recording")) << out;
-  // The words of lpp in the index the agent answered.
+  // The words of lpp in the index the agent answered last, after the stop.
   const std::vector<std::string> index = system.journalLines(1, "\"sourceWords\"");
-  ASSERT_EQ(index.size(), 1u);
-  const size_t at = index[0].find("\"sourceWords\":[");
-  const std::string words = index[0].substr(at + 15, index[0].find(']', at) - at - 15);
+  ASSERT_FALSE(index.empty());
+  const std::string& latest = index.back();
+  const size_t at = latest.find("\"sourceWords\":[");
+  const std::string words = latest.substr(at + 15, latest.find(']', at) - at - 15);
   const uint64_t lppWords = std::stoull(words.substr(words.rfind(',') + 1));
   ASSERT_GT(lppWords, 20000u);
 

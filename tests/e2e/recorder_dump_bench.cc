@@ -18,7 +18,6 @@
 #include <thread>
 
 #include "bench/ratio_reporter.h"
-#include "pxm/child_process.h"
 #include "pxm/pxm.h"
 #include "tests/e2e/process.h"
 #include "tests/e2e/programs.h"
@@ -110,7 +109,7 @@ void BM_HubOneWay2K(benchmark::State& state) {
   if (g_dumped == 0) return state.SkipWithError("no dump to compare with");
   const size_t count = (g_dumped + kChunk - 1) / kChunk;
   for (auto _ : state) {
-    pxm::testing::ChildProcess sender([count] {
+    kvn::e2e::Process sender(recorded.dir(), "sender", [count] {
       if (pxm_init(2, 0, nullptr, nullptr, 0) != 0 ||
           pxm_create_mailbox("sender", 0) == PXM_NO_MBOX)
         return 1;

@@ -38,10 +38,6 @@ const char* const kContainer = R"({
 
 void write(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
 
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 }  // namespace
 
 TestSystem::TestSystem(const RunDir& dir, std::string serviceLog)
@@ -111,6 +107,16 @@ int TestSystem::usedSlots() {
     return slotLines_ > before;
   })
              ? lastSlots_
+             : -1;
+}
+
+int TestSystem::settledSlots() {
+  int slots = -1;
+  return eventually([&] {
+    const int before = slots;
+    return (slots = usedSlots()) == before && slots >= 0;
+  })
+             ? slots
              : -1;
 }
 

@@ -37,6 +37,9 @@ class TestSystem {
   // The routine table's used slots, as the service logs them on SIGUSR1 (its log must reach
   // info); -1 if no answer came.
   int usedSlots();
+  // The used slots once two readings in a row agree: what the peers' start-up set going (the
+  // agents' initial requests waiting for their confirms) has ended. -1 if it never settles.
+  int settledSlots();
 
   // The description of agent `number`, with `moreRoutines` (JSON objects, comma-separated)
   // after its two routines and `moreFields` (JSON members) after the routines; written to

@@ -19,10 +19,6 @@ namespace {
 const Process::Env kDebugLog = {{"KVN_LOG_STDERR", "debug"}};
 const Process::Env kErrorLog = {{"KVN_LOG_STDERR", "error"}};
 
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 class TraceControllerProcessTest : public ::testing::Test {
  protected:
   void SetUp() override {

@@ -58,9 +58,14 @@ bool SoakRun::start(std::string& error) {
       return false;
     }
   }
-  // The figure to come back to: every peer there and nothing running.
-  std::this_thread::sleep_for(std::chrono::milliseconds(500));
-  figures_.slotsAtStart = system_.usedSlots();
+  // The figure to come back to: every peer there (the diag handler's hello taken) and nothing
+  // running.
+  if (!e2e::eventually(
+          [&] { return e2e::contains(system_.service().err(), "DiagHandler connected"); })) {
+    error = "the diag handler did not connect";
+    return false;
+  }
+  figures_.slotsAtStart = system_.settledSlots();
   return figures_.slotsAtStart > 0 || (error = "the service does not tell its used slots", false);
 }
 

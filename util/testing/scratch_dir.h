@@ -1,5 +1,5 @@
 #pragma once
-// A fresh directory under /tmp for a test's files, removed with everything in it at the end.
+// A fresh private directory for a test's files, removed with everything in it at the end.
 
 #include <stdlib.h>
 
@@ -7,12 +7,12 @@
 #include <fstream>
 #include <string>
 
-namespace kvn::lmc {
+namespace kvn::testing {
 
 class ScratchDir {
  public:
   ScratchDir() {
-    std::string tmpl = (std::filesystem::temp_directory_path() / "kvn_lmc.XXXXXX").string();
+    std::string tmpl = (std::filesystem::temp_directory_path() / "kvn-test.XXXXXX").string();
     if (mkdtemp(&tmpl[0]) != nullptr) m_path = tmpl;
   }
   ~ScratchDir() {
@@ -39,4 +39,4 @@ class ScratchDir {
   std::string m_path;
 };
 
-}  // namespace kvn::lmc
+}  // namespace kvn::testing
