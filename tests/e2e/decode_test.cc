@@ -18,10 +18,6 @@ namespace {
 
 const char* const kTrace1 = " daxo 1 lpp ulScheduler trace1 ulScheduler: ue ";
 
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 // The record lines of the decoder's output, before its counts.
 std::vector<std::string> recordLines(const std::string& out) {
   std::vector<std::string> lines;

@@ -9,14 +9,6 @@
 
 namespace kvn::e2e {
 
-namespace {
-
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
-}  // namespace
-
 std::string RunSystemSite::sourceFile(const std::string& name) {
   return std::string(KVN_SOURCE_DIR) + "/" + name;
 }
