@@ -21,7 +21,8 @@ using kvn::log::LogCapture;
 using kvntrace::TraceLmcReader;
 using Strings = std::vector<std::string>;
 
-LmDefinition tableModule(const std::string& identity, const TableBlobWriter& blob, uint16_t ca = 1) {
+LmDefinition tableModule(const std::string& identity, const TableBlobWriter& blob,
+                         uint16_t ca = 1) {
   LmDefinition m;
   m.identity = identity;
   m.compression = ca;
@@ -41,7 +42,8 @@ TableBlobWriter metadata(const Strings& traceIds) {
 
 class TraceLmcReaderTest : public ::testing::Test {
  protected:
-  std::string container(const std::vector<LmDefinition>& modules, const std::string& name = "c.lmc") {
+  std::string container(const std::vector<LmDefinition>& modules,
+                        const std::string& name = "c.lmc") {
     LmcWriter w;
     for (const LmDefinition& m : modules) w.addModule(m);
     w.writeFile(dir.file(name));
@@ -72,6 +74,27 @@ TEST_F(TraceLmcReaderTest, ReadsTheTablesOfTheMetadataModule) {
   EXPECT_TRUE(cap.has(Level::Info, "Parsing string table with 3 strings"));
   // Each read opens the container afresh.
   EXPECT_EQ(countPrefix("Open mapped file: "), 6);
+}
+
+TEST_F(TraceLmcReaderTest, AHoldKeepsTheModuleReadUntilItsLastHoldEnds) {
+  const std::string path = container({tableModule("daxo_META", metadata({"1", "2", "3"})),
+                                      tableModule("other_META", metadata({"4", "5", "6"}))});
+  TraceLmcReader reader(path);
+  {
+    TraceLmcReader::Hold hold(reader);
+    {
+      TraceLmcReader::Hold inner(reader);
+      EXPECT_EQ(reader.getTraceObjectNames("daxo").size(), 3u);
+    }
+    EXPECT_EQ(reader.getStrIdToTraceId("daxo"), (std::vector<int32_t>{1, 2, 3}));
+    EXPECT_EQ(reader.getUtraceMeta("daxo").size(), 2u);
+    EXPECT_EQ(countPrefix("Open mapped file: "), 1);
+    EXPECT_EQ(reader.getStrIdToTraceId("other"), (std::vector<int32_t>{4, 5, 6}));
+    EXPECT_EQ(countPrefix("Open mapped file: "), 2);
+  }
+  // Without a hold, a new container at the path is read.
+  container({tableModule("daxo_META", metadata({"7", "8", "9"}))});
+  EXPECT_EQ(reader.getStrIdToTraceId("daxo"), (std::vector<int32_t>{7, 8, 9}));
 }
 
 TEST_F(TraceLmcReaderTest, ModuleNameMatchesLoosely) {
