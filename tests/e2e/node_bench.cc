@@ -10,12 +10,17 @@
 // - `zorf log status` of all five, against rendering the same text alone;
 // - the service's peak resident set, against its peak before any agent connected.
 //
+// Each step shows its wall time and the service's CPU time in it; the baselines are timed by
+// the CPU time they use, which a loaded machine does not stretch.
+//
 //   node_bench [--objects N] [--rounds R]     (defaults 20000 and 3)
 
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <time.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -83,9 +88,40 @@ long statusKb(pid_t pid, const char* field) {
   return -1;
 }
 
+// CPU seconds the main thread of a process has used so far, to the nanosecond: the service
+// does all its work on it.
+double cpuSeconds(pid_t pid) {
+  std::ifstream in("/proc/" + std::to_string(pid) + "/schedstat");
+  unsigned long long ns = 0;
+  in >> ns;
+  return static_cast<double>(ns) * 1e-9;
+}
+
+// This thread's CPU seconds: the baselines run here, alone, and are timed by what they use, so
+// that a loaded machine does not stretch them.
+double threadCpuSeconds() {
+  timespec ts{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
+}
+
+// A step of the node: its time as the operator sees it and the service's CPU time in it,
+// against the CPU time of its baseline.
 struct Figure {
   const char* label;
-  std::vector<double> subject, baseline;
+  std::vector<double> wall, service, baseline;
+
+  template <typename Step>
+  void measure(pid_t servicePid, Step step) {
+    const double before = cpuSeconds(servicePid);
+    wall.push_back(step());
+    service.push_back(cpuSeconds(servicePid) - before);
+  }
+  template <typename Baseline>
+  void measureBaseline(Baseline run) {
+    const double before = threadCpuSeconds();
+    baseline.push_back(run() ? threadCpuSeconds() - before : -1);
+  }
 };
 
 double median(std::vector<double> v) {
@@ -190,8 +226,7 @@ class Node {
 
 // What a connect reads of the five containers, alone: the models' trace object tables and
 // the profiles. Built into this process's own model, which the other baselines use.
-double readContainers(Node& node) {
-  const Clock::time_point start = Clock::now();
+bool readContainers(Node& node) {
   for (uint16_t n = 1; n <= kAgents; ++n) {
     kvn::DaxoRecord& r = kvn::DaxoTraceModel::get(n);
     r = kvn::DaxoRecord();
@@ -203,7 +238,7 @@ double readContainers(Node& node) {
     const kvntrace::TraceLmcReader::Hold hold(reader);
     const std::vector<std::string> names = reader.getTraceObjectNames("dsp");
     const std::vector<int32_t> ids = reader.getStrIdToTraceId("dsp");
-    if (names.size() != ids.size() || names.size() != g_objects) return -1;
+    if (names.size() != ids.size() || names.size() != g_objects) return false;
     r.traceObjects.reserve(names.size());
     for (size_t i = 0; i < names.size(); ++i)
       r.traceObjects.push_back(
@@ -217,13 +252,12 @@ double readContainers(Node& node) {
     r.traceObjectManager.controller = std::make_shared<kvn::TraceObjectController>(n, nullptr);
     r.traceObjectManager.controller->getChanges();
   }
-  return secondsSince(start);
+  return true;
 }
 
 // The mask engine alone: "Half" in or out of the enabled profiles of five models, and the
 // masks worked out again.
-double maskEngine(bool enable) {
-  const Clock::time_point start = Clock::now();
+bool maskEngine(bool enable) {
   size_t changed = 0;
   for (uint16_t n = 1; n <= kAgents; ++n) {
     kvn::DaxoRecord& r = kvn::DaxoTraceModel::get(n);
@@ -233,14 +267,13 @@ double maskEngine(bool enable) {
       r.enabledProfiles.erase("Half");
     changed += r.traceObjectManager.controller->getChanges().size();
   }
-  return changed == kAgents * ((g_objects + 1) / 2) ? secondsSince(start) : -1;
+  return changed == kAgents * ((g_objects + 1) / 2);
 }
 
-double renderStatus(size_t& bytes) {
-  const Clock::time_point start = Clock::now();
+bool renderStatus(size_t& bytes) {
   kvn::LogStatusCmdSession session({1, 2, 3, 4, 5}, false);
   bytes = session.render().size();
-  return secondsSince(start);
+  return true;
 }
 
 }  // namespace
@@ -267,38 +300,47 @@ int main(int argc, char** argv) {
   }
   const long idlePeak = statusKb(node.servicePid(), "VmHWM:");
 
-  Figure connect{"connect of five, models built (s)", {}, {}};
-  Figure enable{"enable of the profile on five (s)", {}, {}};
-  Figure disable{"disable of the profile on five (s)", {}, {}};
-  Figure status{"log status of five (s)", {}, {}};
+  Figure connect{"connect, models built", {}, {}, {}};
+  Figure enable{"enable of the profile", {}, {}, {}};
+  Figure disable{"disable of the profile", {}, {}, {}};
+  Figure status{"log status", {}, {}, {}};
   size_t statusBytes = 0, renderedBytes = 0;
   std::string out;
+  const pid_t service = node.servicePid();
+  long modelsPeak = 0;  // before the first log status
+  auto shell = [&](std::vector<std::string> words) {
+    return [&node, &out, words] { return node.shell(words, out); };
+  };
   for (int round = 0; round < g_rounds; ++round) {
-    connect.subject.push_back(node.connectAll());
-    connect.baseline.push_back(readContainers(node));
-    enable.subject.push_back(node.shell({"zorf", "log", "enable", "*", "Half"}, out));
-    enable.baseline.push_back(maskEngine(true));
-    status.subject.push_back(node.shell({"zorf", "log", "status"}, out));
+    connect.measure(service, [&] { return node.connectAll(); });
+    connect.measureBaseline([&] { return readContainers(node); });
+    enable.measure(service, shell({"zorf", "log", "enable", "*", "Half"}));
+    enable.measureBaseline([] { return maskEngine(true); });
+    if (round == 0) modelsPeak = statusKb(service, "VmHWM:");
+    status.measure(service, shell({"zorf", "log", "status"}));
     statusBytes = out.size();
-    status.baseline.push_back(renderStatus(renderedBytes));
-    disable.subject.push_back(node.shell({"zorf", "log", "disable", "*", "Half"}, out));
-    disable.baseline.push_back(maskEngine(false));
+    status.measureBaseline([&] { return renderStatus(renderedBytes); });
+    disable.measure(service, shell({"zorf", "log", "disable", "*", "Half"}));
+    disable.measureBaseline([] { return maskEngine(false); });
   }
-  const long peak = statusKb(node.servicePid(), "VmHWM:");
+  const long peak = statusKb(service, "VmHWM:");
 
   bool ok = true;
-  printf("%d agents of %zu trace objects, %d rounds; medians\n", kAgents, g_objects, g_rounds);
+  printf("%d agents of %zu trace objects, all five at once, %d rounds; medians in seconds\n",
+         kAgents, g_objects, g_rounds);
+  printf("%-24s %8s %12s %14s %10s %10s\n", "", "wall", "service CPU", "baseline CPU", "wall/base",
+         "CPU/base");
   for (const Figure* f : {&connect, &enable, &disable, &status}) {
-    for (double s : f->subject) ok = ok && s >= 0;
-    for (double s : f->baseline) ok = ok && s >= 0;
-    const double subject = median(f->subject), baseline = median(f->baseline);
-    printf("%-36s %8.3f against %8.3f alone: %6.1fx\n", f->label, subject, baseline,
-           baseline > 0 ? subject / baseline : 0.0);
+    for (const std::vector<double>* v : {&f->wall, &f->baseline})
+      for (double x : *v) ok = ok && x >= 0;
+    const double wall = median(f->wall), cpu = median(f->service), base = median(f->baseline);
+    printf("%-24s %8.3f %12.3f %14.4f %9.1fx %9.1fx\n", f->label, wall, cpu, base,
+           base > 0 ? wall / base : 0.0, base > 0 ? cpu / base : 0.0);
   }
-  printf("%-36s %8zu against %8zu rendered alone\n", "log status text (bytes)", statusBytes,
-         renderedBytes);
-  printf("%-36s %8.1f against %8.1f idle: %6.1fx\n", "service peak RSS (MB)", peak / 1024.0,
-         idlePeak / 1024.0, idlePeak > 0 ? static_cast<double>(peak) / idlePeak : 0.0);
+  printf("log status text: %zu bytes, %zu rendered alone\n", statusBytes, renderedBytes);
+  printf("service peak RSS: %.1f MB against %.1f MB idle: %.1fx; %.1f MB before the first status\n",
+         peak / 1024.0, idlePeak / 1024.0,
+         idlePeak > 0 ? static_cast<double>(peak) / idlePeak : 0.0, modelsPeak / 1024.0);
   if (!ok) fprintf(stderr, "node_bench: a step failed (a figure of -1)\n");
   return ok ? 0 : 1;
 }
