@@ -45,13 +45,11 @@ class KvnCpmCommon_lmHdlLm::OutputString {
     adviseHugePages(&m_s[0], m_s.capacity());
   }
 
-  // Free space at the end: at least one byte.
+  // Free space at the end, or null when what was reserved is used up: a stream may end just
+  // there, and so the string grows only for output that does come.
   unsigned char* room(size_t& got) {
     if (m_used == m_s.size()) {
-      if (m_s.size() == m_s.capacity()) {
-        m_s.reserve(m_s.capacity() * 2);
-        adviseHugePages(&m_s[0], m_s.capacity());
-      }
+      if (m_s.size() == m_s.capacity()) return nullptr;
       m_s.resize(std::min(m_s.capacity(), m_used + kStep));
     }
     got = m_s.size() - m_used;
@@ -64,6 +62,11 @@ class KvnCpmCommon_lmHdlLm::OutputString {
     while (n > 0) {
       size_t got = 0;
       unsigned char* dst = room(got);
+      if (dst == nullptr) {
+        m_s.reserve(m_s.capacity() * 2);
+        adviseHugePages(&m_s[0], m_s.capacity());
+        continue;
+      }
       got = std::min(got, n);
       std::memcpy(dst, p, got);
       commit(got);
@@ -79,7 +82,7 @@ class KvnCpmCommon_lmHdlLm::OutputString {
   static constexpr uint64_t kExpectedRatio = 4;
   static constexpr uint64_t kMinGuess = 64 * 1024;
   // A guess, never a promise of the container: what a 32-bit process can spare at once.
-  static constexpr uint64_t kMaxGuess = 256 * 1024 * 1024;
+  static constexpr uint64_t kMaxGuess = 128 * 1024 * 1024;
   // Small enough to be still in cache when inflate writes over the zeros of the resize.
   static constexpr size_t kStep = 256 * 1024;
 
@@ -281,10 +284,17 @@ bool KvnCpmCommon_lmHdlLm::inflateData(OutputString* result) {
     inLeft -= take;
 
     do {
-      // Until the data header is read, output lands in the chunk, where it is taken off.
-      const bool toString = m_outFile == nullptr && result != nullptr && m_lmDataHeader_p;
+      // Until the data header is read, output lands in the chunk, where it is taken off; so
+      // does output beyond the room the string has.
       size_t space = kChunk;
-      unsigned char* out = toString ? result->room(space) : chunk;
+      unsigned char* out = m_outFile == nullptr && result != nullptr && m_lmDataHeader_p
+                               ? result->room(space)
+                               : nullptr;
+      const bool toString = out != nullptr;
+      if (!toString) {
+        out = chunk;
+        space = kChunk;
+      }
       strm.next_out = out;
       strm.avail_out = static_cast<uInt>(space);
       rc = inflate(&strm, Z_NO_FLUSH);
