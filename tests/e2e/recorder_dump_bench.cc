@@ -20,7 +20,6 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -83,19 +82,33 @@ struct Usage {
   }
 };
 
-// CPU microseconds and sleeps per chunk of each process of a chain, as counters.
+// CPU microseconds and sleeps per chunk of each process of a chain, as counters: of the three
+// that run throughout, and of the front end, measured by getrusage(`frontWho`).
 class ChainUsage {
  public:
-  void add(const std::string& name, const Usage& used) { used_[name] += used; }
+  ChainUsage(pid_t service, pid_t agent, pid_t hub, int frontWho)
+      : pids_{service, agent, hub}, frontWho_(frontWho) {}
+
+  void begin() {
+    for (int i = 0; i < 3; ++i) before_[i] = Usage::ofPid(pids_[i]);
+    before_[3] = Usage::ofSelf(frontWho_);
+  }
+  void end() {
+    for (int i = 0; i < 3; ++i) used_[i] += Usage::ofPid(pids_[i]) - before_[i];
+    used_[3] += Usage::ofSelf(frontWho_) - before_[3];
+  }
   void report(benchmark::State& state, double chunks) const {
-    for (const auto& entry : used_) {
-      state.counters[entry.first + "_us"] = entry.second.cpuUs / chunks;
-      state.counters[entry.first + "_wake"] = entry.second.sleeps / chunks;
+    static const char* const names[] = {"service", "agent", "hub", "shell"};
+    for (int i = 0; i < 4; ++i) {
+      state.counters[std::string(names[i]) + "_us"] = used_[i].cpuUs / chunks;
+      state.counters[std::string(names[i]) + "_wake"] = used_[i].sleeps / chunks;
     }
   }
 
  private:
-  std::map<std::string, Usage> used_;
+  pid_t pids_[3];
+  int frontWho_;
+  Usage before_[4], used_[4];
 };
 
 // The system with agent 1 that has recorded `g_bytes` of lpp, kept for the whole run.
@@ -156,18 +169,15 @@ void BM_Dump(benchmark::State& state) {
   if (!recorded.ok()) return state.SkipWithError(recorded.error().c_str());
   const std::string file = recorded.dir().file("dump.bin");
   kvn::e2e::TestSystem& system = recorded.system();
-  const pid_t pids[] = {recorded.servicePid(), system.agent(1).pid(), system.hub().process().pid()};
-  const char* names[] = {"service", "agent", "hub"};
-  ChainUsage usage;
+  // The shell is a child that ends within the iteration.
+  ChainUsage usage(recorded.servicePid(), system.agent(1).pid(), system.hub().process().pid(),
+                   RUSAGE_CHILDREN);
   for (auto _ : state) {
-    Usage before[3];
-    for (int i = 0; i < 3; ++i) before[i] = Usage::ofPid(pids[i]);
-    const Usage shellBefore = Usage::ofSelf(RUSAGE_CHILDREN);
+    usage.begin();
     std::unique_ptr<kvn::e2e::Process> shell =
         system.startShell({"--output", file, "zoth", "recorder", "dump", "1:lpp"});
     if (shell->wait(600s).value_or(-1) != 0) return state.SkipWithError("the dump failed");
-    for (int i = 0; i < 3; ++i) usage.add(names[i], Usage::ofPid(pids[i]) - before[i]);
-    usage.add("shell", Usage::ofSelf(RUSAGE_CHILDREN) - shellBefore);
+    usage.end();
   }
   // The buffer keeps whole blocks, so it holds a little less than its size.
   g_dumped = recorded.dir().read("dump.bin").size() - 4;
@@ -273,13 +283,11 @@ void BM_DumpChain(benchmark::State& state) {
   }
   const uint32_t count = static_cast<uint32_t>((g_dumped + kChunk - 1) / kChunk);
   const std::string file = recorded.dir().file("chain.bin");
-  const pid_t pids[] = {service.pid(), agent.pid(), recorded.system().hub().process().pid()};
-  const char* names[] = {"service", "agent", "hub"};
-  ChainUsage usage;
+  // This process is the front end.
+  ChainUsage usage(service.pid(), agent.pid(), recorded.system().hub().process().pid(),
+                   RUSAGE_SELF);
   for (auto _ : state) {
-    Usage before[3];
-    for (int i = 0; i < 3; ++i) before[i] = Usage::ofPid(pids[i]);
-    const Usage frontBefore = Usage::ofSelf(RUSAGE_SELF);
+    usage.begin();
     const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     pxm_msg* go = pxm_alloc(12, chain::kGo);
     std::memcpy(reinterpret_cast<char*>(go) + 4, &count, sizeof count);
@@ -302,8 +310,7 @@ void BM_DumpChain(benchmark::State& state) {
     }
     ::fsync(fd);
     ::close(fd);
-    for (int i = 0; i < 3; ++i) usage.add(names[i], Usage::ofPid(pids[i]) - before[i]);
-    usage.add("shell", Usage::ofSelf(RUSAGE_SELF) - frontBefore);
+    usage.end();
   }
   for (pxm_mbox_id_t to : {serviceBox, agentBox}) {
     pxm_msg* quit = pxm_alloc(4, chain::kQuit);
