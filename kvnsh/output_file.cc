@@ -37,30 +37,40 @@ bool OutputFile::write(const uint8_t* data, size_t size, std::string* error) {
       return false;
     }
     tempPath_ = name.data();
+    gathered_.reserve(kWriteBytes);
     // mkstemp makes the file private; give it the mode any new file of this user would get.
     const mode_t mask = umask(0);
     umask(mask);
     fchmod(fd_, 0666 & ~mask);
     bytes_ = 0;
   }
+  gathered_.insert(gathered_.end(), data, data + size);
+  bytes_ += size;
+  return gathered_.size() < kWriteBytes || flush(error);
+}
+
+bool OutputFile::flush(std::string* error) {
+  const uint8_t* data = gathered_.data();
+  size_t size = gathered_.size();
   while (size > 0) {
     const ssize_t n = ::write(fd_, data, size);
     if (n < 0) {
       if (errno == EINTR) continue;
       *error = failure("cannot write", tempPath_);
+      gathered_.clear();
       return false;
     }
     data += n;
     size -= static_cast<size_t>(n);
-    bytes_ += static_cast<size_t>(n);
   }
+  gathered_.clear();
   return true;
 }
 
 std::string OutputFile::close(bool succeeded, std::string* error) {
   if (fd_ < 0) return std::string();
   const std::string target = succeeded ? path_ : path_ + ".partial";
-  const bool synced = fsync(fd_) == 0;
+  const bool synced = flush(error) && fsync(fd_) == 0;
   const int saved = errno;
   ::close(fd_);
   fd_ = -1;

@@ -31,32 +31,43 @@ void adviseHugePages(void* p, size_t len) {
 }
 }  // namespace
 
-// Inflated output on its way to a string. zlib writes straight into blocks that grow
-// geometrically, and the string is made from them in one copy at the end, so a large module
-// is neither copied per chunk nor moved around by a growing string.
-class KvnCpmCommon_lmHdlLm::OutputBlocks {
+// Inflated output written straight into the result string. The format does not give the size
+// of what a stream inflates to, so the string is first reserved from the compressed length and
+// grows geometrically only when the stream yields more. Only reserved memory that the output
+// reaches is touched: the size grows a step at a time ahead of inflate.
+class KvnCpmCommon_lmHdlLm::OutputString {
  public:
-  // Free space at the end, at most `want` bytes and at least one.
-  unsigned char* room(size_t want, size_t& got) {
-    if (m_blocks.empty() || m_blocks.back().used == m_blocks.back().cap) {
-      size_t cap = m_blocks.empty() ? kFirstBlock : std::min(m_blocks.back().cap * 2, kMaxBlock);
-      m_blocks.push_back({std::unique_ptr<unsigned char[]>(new unsigned char[cap]), cap, 0});
-      adviseHugePages(m_blocks.back().data.get(), cap);
-    }
-    Block& b = m_blocks.back();
-    got = std::min(want, b.cap - b.used);
-    return b.data.get() + b.used;
+  OutputString(std::string& s, uint64_t compressedBytes) : m_s(s) {
+    m_s.clear();
+    m_s.reserve(static_cast<size_t>(std::min<uint64_t>(
+        std::max<uint64_t>(compressedBytes, kMinGuess / kExpectedRatio) * kExpectedRatio,
+        kMaxGuess)));
+    adviseHugePages(&m_s[0], m_s.capacity());
   }
 
-  void commit(size_t n) {
-    m_blocks.back().used += n;
-    m_total += n;
+  // Free space at the end, or null when what was reserved is used up: a stream may end just
+  // there, and so the string grows only for output that does come.
+  unsigned char* room(size_t& got) {
+    if (m_used == m_s.size()) {
+      if (m_s.size() == m_s.capacity()) return nullptr;
+      m_s.resize(std::min(m_s.capacity(), m_used + kStep));
+    }
+    got = m_s.size() - m_used;
+    return reinterpret_cast<unsigned char*>(&m_s[m_used]);
   }
+
+  void commit(size_t n) { m_used += n; }
 
   void append(const unsigned char* p, size_t n) {
     while (n > 0) {
       size_t got = 0;
-      unsigned char* dst = room(n, got);
+      unsigned char* dst = room(got);
+      if (dst == nullptr) {
+        m_s.reserve(m_s.capacity() * 2);
+        adviseHugePages(&m_s[0], m_s.capacity());
+        continue;
+      }
+      got = std::min(got, n);
       std::memcpy(dst, p, got);
       commit(got);
       p += got;
@@ -64,26 +75,19 @@ class KvnCpmCommon_lmHdlLm::OutputBlocks {
     }
   }
 
-  void moveInto(std::string& s) {
-    s.clear();
-    s.reserve(m_total);
-    adviseHugePages(&s[0], s.capacity());
-    for (const Block& b : m_blocks) s.append(reinterpret_cast<const char*>(b.data.get()), b.used);
-    m_blocks.clear();
-    m_total = 0;
-  }
+  void finish() { m_s.resize(m_used); }
 
  private:
-  static constexpr size_t kFirstBlock = 64 * 1024;
-  static constexpr size_t kMaxBlock = 16 * 1024 * 1024;
+  // Deflated trace metadata and images shrink about three to four times.
+  static constexpr uint64_t kExpectedRatio = 4;
+  static constexpr uint64_t kMinGuess = 64 * 1024;
+  // A guess, never a promise of the container: what a 32-bit process can spare at once.
+  static constexpr uint64_t kMaxGuess = 128 * 1024 * 1024;
+  // Small enough to be still in cache when inflate writes over the zeros of the resize.
+  static constexpr size_t kStep = 256 * 1024;
 
-  struct Block {
-    std::unique_ptr<unsigned char[]> data;
-    size_t cap;
-    size_t used;
-  };
-  std::vector<Block> m_blocks;
-  size_t m_total = 0;
+  std::string& m_s;
+  size_t m_used = 0;
 };
 
 KvnCpmCommon_lmHdlLm::KvnCpmCommon_lmHdlLm() = default;
@@ -189,12 +193,13 @@ bool KvnCpmCommon_lmHdlLm::saveToString(std::string& out, bool gzip) {
   m_gzip = gzip;
   if (usePlainPath()) return savePlainToString(out);
 
-  OutputBlocks blocks;
-  if (!inflateData(&blocks)) {
+  OutputString result(m_outStr, m_dataLength);
+  if (!inflateData(&result)) {
     m_outStr.clear();
+    m_outStr.shrink_to_fit();
     return false;
   }
-  blocks.moveInto(m_outStr);
+  result.finish();
   out = std::move(m_outStr);
   m_outStr.clear();
   return true;
@@ -239,9 +244,9 @@ bool KvnCpmCommon_lmHdlLm::readLmDataHeader(const uint8_t*& data, uint64_t& leng
   return true;
 }
 
-// Output goes to m_outFile when it is open, else to `blocks`. A stream whose input runs out
+// Output goes to m_outFile when it is open, else to `result`. A stream whose input runs out
 // before its end counts as complete: what was inflated up to there is the result.
-bool KvnCpmCommon_lmHdlLm::inflateData(OutputBlocks* blocks) {
+bool KvnCpmCommon_lmHdlLm::inflateData(OutputString* result) {
   const uint8_t* in = m_data_p;
   uint64_t inLeft = m_dataLength;
   if (m_data_p != nullptr && m_lmHeader_p && m_lmHeader_p->ca == 0) {
@@ -260,9 +265,9 @@ bool KvnCpmCommon_lmHdlLm::inflateData(OutputBlocks* blocks) {
   unsigned char chunk[kChunk];
   for (;;) {
     // Once the data header is off, output to memory takes the rest of the input at once and
-    // all the room a block has: fewer rounds through inflate, each of which also copies into
+    // all the room the string has: fewer rounds through inflate, each of which also copies into
     // its window, for the same result.
-    const bool direct = m_outFile == nullptr && blocks != nullptr && m_lmDataHeader_p;
+    const bool direct = m_outFile == nullptr && result != nullptr && m_lmDataHeader_p;
     const auto take = static_cast<uInt>(std::min<uint64_t>(direct ? UINT_MAX : kChunk, inLeft));
     if (take == 0) {
       inflateEnd(&strm);
@@ -279,10 +284,17 @@ bool KvnCpmCommon_lmHdlLm::inflateData(OutputBlocks* blocks) {
     inLeft -= take;
 
     do {
-      // Until the data header is read, output lands in the chunk, where it is taken off.
-      const bool toBlocks = m_outFile == nullptr && blocks != nullptr && m_lmDataHeader_p;
+      // Until the data header is read, output lands in the chunk, where it is taken off; so
+      // does output beyond the room the string has.
       size_t space = kChunk;
-      unsigned char* out = toBlocks ? blocks->room(SIZE_MAX, space) : chunk;
+      unsigned char* out = m_outFile == nullptr && result != nullptr && m_lmDataHeader_p
+                               ? result->room(space)
+                               : nullptr;
+      const bool toString = out != nullptr;
+      if (!toString) {
+        out = chunk;
+        space = kChunk;
+      }
       strm.next_out = out;
       strm.avail_out = static_cast<uInt>(space);
       rc = inflate(&strm, Z_NO_FLUSH);
@@ -292,8 +304,8 @@ bool KvnCpmCommon_lmHdlLm::inflateData(OutputBlocks* blocks) {
         return false;
       }
       const size_t produced = space - strm.avail_out;
-      if (toBlocks) {
-        blocks->commit(produced);
+      if (toString) {
+        result->commit(produced);
         continue;
       }
       const uint8_t* rest = out;
@@ -310,8 +322,8 @@ bool KvnCpmCommon_lmHdlLm::inflateData(OutputBlocks* blocks) {
           inflateEnd(&strm);
           return false;
         }
-      } else if (blocks != nullptr) {
-        blocks->append(rest, restLen);
+      } else if (result != nullptr) {
+        result->append(rest, restLen);
       }
     } while (strm.avail_out == 0);
 

@@ -62,13 +62,13 @@ class KvnCpmCommon_lmHdlLm {
   const uint8_t* getData() const { return m_data_p; }
 
  private:
-  class OutputBlocks;
+  class OutputString;
 
   bool usePlainPath() const;
   bool readLmDataHeader(const uint8_t*& data, uint64_t& length);
   bool savePlainToFile(const std::string& path);
   bool savePlainToString(std::string& out);
-  bool inflateData(OutputBlocks* blocks);
+  bool inflateData(OutputString* result);
 
   uint64_t m_lmSize = 0;
   std::string m_identity;

@@ -172,6 +172,21 @@ TEST_F(LmcTest, FourDataLayoutsExtractTheContentWithoutTheDataHeader) {
       Level::Info, "Decompress and create file: " + dir.file("out.bin") + "  size: 100000 bytes"));
 }
 
+// The result is reserved from the compressed size; a module that deflates a thousandfold
+// outgrows that many times over, one that hardly deflates stays far below it.
+TEST_F(LmcTest, InflatedSizeFarFromTheCompressedSizeGivesTheWholeContent) {
+  const std::string flat(3 << 20, 'a');
+  std::string noise(300000, '\0');
+  uint32_t x = 1;
+  for (char& c : noise) c = static_cast<char>((x = x * 1103515245u + 12345u) >> 24);
+  for (const std::string& content : {flat, noise}) {
+    KvnCpmCommon_lmHdlLmc lmc(containerOf({module("lm", content, 1)}));
+    std::string out;
+    ASSERT_TRUE(lmc.saveToString("lm", out, false));
+    EXPECT_TRUE(out == content);
+  }
+}
+
 // zlib refuses to initialise a stream whose size is not its own, so an inflated extraction
 // shows that the reader handed over this build's sizeof(z_stream): 56 on the 32-bit target.
 TEST_F(LmcTest, ZlibGetsTheStreamSizeOfThisBuild) {

@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <stdexcept>
+#include <utility>
 
 #include "lmc/kvn_cpm_common_lm_hdl_lmc.h"
 #include "tracetables/table_blob_parser.h"
@@ -42,6 +43,14 @@ TraceLmcReader::TraceLmcReader(const std::string& lmcPath) : m_lmcPath(lmcPath) 
 
 TraceLmcReader::~TraceLmcReader() = default;
 
+TraceLmcReader::Hold::Hold(TraceLmcReader& reader) : m_reader(reader) { ++m_reader.m_holds; }
+
+TraceLmcReader::Hold::~Hold() {
+  if (--m_reader.m_holds > 0) return;
+  m_reader.m_heldName.clear();
+  std::string().swap(m_reader.m_heldBlob);
+}
+
 const std::vector<std::string>& TraceLmcReader::defaultProfileLines() {
   static const std::vector<std::string> lines = {"*;*;*.check", "*;*;*.error", "*;*;*.info",
                                                  "*;*;*.interface"};
@@ -62,7 +71,12 @@ const std::string* TraceLmcReader::loadModuleBlob(const std::string& name, std::
     }
     return m_profileBlob.empty() ? nullptr : &m_profileBlob;
   }
-  return extractModule(name, scratch) ? &scratch : nullptr;
+  if (m_holds > 0 && !m_heldName.empty() && name == m_heldName) return &m_heldBlob;
+  if (!extractModule(name, scratch)) return nullptr;
+  if (m_holds == 0) return &scratch;
+  m_heldName = name;
+  m_heldBlob = std::move(scratch);
+  return &m_heldBlob;
 }
 
 std::vector<std::string> TraceLmcReader::readTable(const std::string& lmName,

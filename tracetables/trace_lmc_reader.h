@@ -2,7 +2,8 @@
 // Reads an agent's trace metadata and the profiles out of a load module container. Each read
 // opens the container afresh, extracts one module and parses its table blob, so the file is
 // mapped only during a read; the profile module alone is extracted once and kept, as it is
-// asked for once per profile.
+// asked for once per profile. While a Hold lives, a module read is kept too, so that the
+// several tables one connect reads come from one extraction.
 
 #include <string>
 #include <vector>
@@ -15,6 +16,18 @@ class TraceLmcReader : public TraceLmcReaderInterface {
  public:
   static constexpr const char* kProfileModule = "bbDiagProfiles";
   static constexpr const char* kDefaultProfile = "DefaultProfile";
+
+  // Keeps the last module read until the last Hold of the reader ends; holds nest.
+  class Hold {
+   public:
+    explicit Hold(TraceLmcReader& reader);
+    ~Hold();
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+
+   private:
+    TraceLmcReader& m_reader;
+  };
 
   explicit TraceLmcReader(const std::string& lmcPath);
   ~TraceLmcReader() override;
@@ -36,8 +49,8 @@ class TraceLmcReader : public TraceLmcReaderInterface {
   static const std::vector<std::string>& defaultProfileLines();
 
  private:
-  // The blob of module `name`: the cache for the profile module, else `scratch` filled by a
-  // fresh extraction. Null when there is none.
+  // The blob of module `name`: the cache for the profile module, the held module, else
+  // `scratch` filled by a fresh extraction. Null when there is none.
   const std::string* loadModuleBlob(const std::string& name, std::string& scratch);
   // Opens the container for this one extraction.
   bool extractModule(const std::string& name, std::string& out) const;
@@ -45,6 +58,9 @@ class TraceLmcReader : public TraceLmcReaderInterface {
   std::string m_lmcPath;
   std::string m_profileBlob;
   bool m_profileBlobTried = false;
+  int m_holds = 0;
+  std::string m_heldName;  // empty when nothing is held
+  std::string m_heldBlob;
 };
 
 }  // namespace kvntrace

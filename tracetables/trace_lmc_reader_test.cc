@@ -76,6 +76,27 @@ TEST_F(TraceLmcReaderTest, ReadsTheTablesOfTheMetadataModule) {
   EXPECT_EQ(countPrefix("Open mapped file: "), 6);
 }
 
+TEST_F(TraceLmcReaderTest, AHoldKeepsTheModuleReadUntilItsLastHoldEnds) {
+  const std::string path = container({tableModule("daxo_META", metadata({"1", "2", "3"})),
+                                      tableModule("other_META", metadata({"4", "5", "6"}))});
+  TraceLmcReader reader(path);
+  {
+    TraceLmcReader::Hold hold(reader);
+    {
+      TraceLmcReader::Hold inner(reader);
+      EXPECT_EQ(reader.getTraceObjectNames("daxo").size(), 3u);
+    }
+    EXPECT_EQ(reader.getStrIdToTraceId("daxo"), (std::vector<int32_t>{1, 2, 3}));
+    EXPECT_EQ(reader.getUtraceMeta("daxo").size(), 2u);
+    EXPECT_EQ(countPrefix("Open mapped file: "), 1);
+    EXPECT_EQ(reader.getStrIdToTraceId("other"), (std::vector<int32_t>{4, 5, 6}));
+    EXPECT_EQ(countPrefix("Open mapped file: "), 2);
+  }
+  // Without a hold, a new container at the path is read.
+  container({tableModule("daxo_META", metadata({"7", "8", "9"}))});
+  EXPECT_EQ(reader.getStrIdToTraceId("daxo"), (std::vector<int32_t>{7, 8, 9}));
+}
+
 TEST_F(TraceLmcReaderTest, ModuleNameMatchesLoosely) {
   TraceLmcReader reader(container({tableModule("Daxo 1_META", metadata({"1", "2", "3"}), 0)}));
   EXPECT_EQ(reader.getTraceObjectNames("DAXO1").size(), 3u);

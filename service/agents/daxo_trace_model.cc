@@ -218,6 +218,8 @@ bool deployAll(DaxoRecord& r, std::vector<Attribute> attributes, RoutineTable* r
 
 bool build(DaxoRecord& r, std::vector<Attribute> attributes, RoutineTable* routineTable) {
   r.traceLmcReader = std::make_shared<kvntrace::TraceLmcReader>(r.lmcPath);
+  // The tables read below all come from the metadata module: one extraction serves them.
+  const kvntrace::TraceLmcReader::Hold oneExtraction(*r.traceLmcReader);
   r.profileProvider = std::make_shared<kvntrace::ProfileProvider>(r.lmcPath);
   if (!r.lmcPath.empty()) {
     try {

@@ -32,6 +32,7 @@ class TestSystem {
   bool ok() const { return error_.empty(); }
   const std::string& error() const { return error_; }
 
+  PxmHub& hub() { return *hub_; }
   bool startService(std::vector<std::string> options = {});
   Process& service() { return *service_; }
   // The routine table's used slots, as the service logs them on SIGUSR1 (its log must reach
