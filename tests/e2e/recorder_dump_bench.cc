@@ -276,8 +276,8 @@ void BM_DumpChain(benchmark::State& state) {
   if (!recorded.ok()) return state.SkipWithError(recorded.error().c_str());
   if (g_dumped == 0) return state.SkipWithError("no dump to compare with");
   setenv("PXM_RUNDIR", recorded.dir().pxmRunDir().c_str(), 1);
-  pxm::testing::ChildProcess agent(chain::agent);
-  pxm::testing::ChildProcess service(chain::service);
+  kvn::e2e::Process agent(recorded.dir(), "chain-agent", chain::agent);
+  kvn::e2e::Process service(recorded.dir(), "chain-service", chain::service);
   if (pxm_init(2, 0, nullptr, nullptr, 0) != 0 ||
       pxm_create_mailbox("chain-front", 0) == PXM_NO_MBOX)
     return state.SkipWithError("no hub");
