@@ -4,6 +4,8 @@
 
 #include <sys/types.h>
 
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 
 #include "pxm/frame_reader.h"
@@ -13,7 +15,9 @@ namespace pxm {
 
 class HubConnection {
  public:
-  HubConnection(uint64_t id, int fd, pid_t pid);
+  using Clock = std::chrono::steady_clock;
+
+  HubConnection(uint64_t id, int fd, pid_t pid, uid_t uid, Clock::time_point now);
   ~HubConnection();
   HubConnection(const HubConnection&) = delete;
   HubConnection& operator=(const HubConnection&) = delete;
@@ -21,6 +25,17 @@ class HubConnection {
   uint64_t id() const { return id_; }
   int fd() const { return fd_; }
   pid_t pid() const { return pid_; }
+  uid_t uid() const { return uid_; }
+  Clock::time_point since() const { return since_; }
+
+  // When bytes last came, for the stall of a frame sent in part.
+  Clock::time_point lastRead() const { return lastRead_; }
+  void setLastRead(Clock::time_point t) { lastRead_ = t; }
+
+  // What the hub counts against its budget for this process, as last settled.
+  size_t accounted() const { return accounted_; }
+  void setAccounted(size_t bytes) { accounted_ = bytes; }
+  size_t holds() const { return reader_.held() + out_.bytes(); }
 
   FrameReader& reader() { return reader_; }
   OutQueue& out() { return out_; }
@@ -50,6 +65,10 @@ class HubConnection {
   const uint64_t id_;
   const int fd_;
   const pid_t pid_;
+  const uid_t uid_;
+  const Clock::time_point since_;
+  Clock::time_point lastRead_;
+  size_t accounted_ = 0;
   FrameReader reader_;
   OutQueue out_;
   bool greeted_ = false;

@@ -22,6 +22,12 @@ void OutQueue::dropUnstarted() {
   bytes_ = keep ? frames_.front().size() - offset_ : 0;
 }
 
+void OutQueue::clear() {
+  frames_.clear();
+  offset_ = 0;
+  bytes_ = 0;
+}
+
 OutQueue::Result OutQueue::flush(int fd) {
   while (!frames_.empty()) {
     iovec iov[kMaxIov];

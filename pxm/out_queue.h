@@ -19,6 +19,8 @@ class OutQueue {
   // Drops every frame not yet begun; a frame partly written stays, so that the stream
   // remains whole for what is pushed after it.
   void dropUnstarted();
+  // Drops everything, a frame partly written included: the stream is over.
+  void clear();
 
   bool empty() const { return frames_.empty(); }
   // Bytes not yet written.
