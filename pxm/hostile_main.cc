@@ -5,6 +5,11 @@
 // reasons the hub logged. Bounded in count and time; everything it starts ends with it.
 //
 //   pxm-hostile [--short]
+//   pxm-hostile --flood MAILBOX BYTES SECONDS
+//
+// The flood form is a well-formed process of the group gone wild: it sends unsolicited
+// messages of BYTES to the mailbox of that name (on the hub of $PXM_RUNDIR) as fast as the
+// hub takes them, for SECONDS, and prints how many went.
 //
 // The short form (smaller counts, a 64 MiB budget) is what the tests run; it exits 1 when a
 // goal is missed: a probe lost (a well-behaved process cut off), the hub's peak above its
@@ -545,9 +550,27 @@ void runAll(const Options& o, const std::string& pxmd, const std::string& logPat
   if (refused == 0 && conns.size() > 64) miss("beyond the connection limit, and none refused");
 }
 
+int flood(const char* name, size_t bytes, double seconds) {
+  if (pxm_init(2, 0, nullptr, nullptr, 0) != 0 || pxm_create_mailbox("flooder", 0) == PXM_NO_MBOX)
+    return 1;
+  const pxm_mbox_id_t to = pxm_locate(name);
+  if (to == PXM_NO_MBOX) return 1;
+  const auto end = Clock::now() + std::chrono::duration<double>(seconds);
+  size_t sent = 0;
+  for (; Clock::now() < end; ++sent) {
+    pxm_msg* msg = pxm_alloc(bytes, 0x7fff0000u + static_cast<uint32_t>(sent % 1000));
+    pxm_send(&msg, to, PXM_MY_MBOX);
+  }
+  std::printf("flooded %s with %zu messages of %zu bytes in %.1f s\n", name, sent, bytes, seconds);
+  pxm_exit();
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 5 && std::strcmp(argv[1], "--flood") == 0)
+    return flood(argv[2], std::strtoull(argv[3], nullptr, 10), std::strtod(argv[4], nullptr));
   Options o;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--short") == 0) {

@@ -26,6 +26,11 @@ constexpr int kMaxEvents = 64;
 constexpr size_t kLogBurst = 20;
 constexpr std::chrono::seconds kLogWindow{10};
 constexpr std::chrono::milliseconds kSweepEvery{1000};
+// A process that reads, but has had more than kBacklog waiting for it for kBehindTime, is
+// fed faster than it reads: the sender with the most of that is cut off, and its frames
+// there dropped, so that what others send it is not stuck behind a flood.
+constexpr size_t kBacklog = 1u << 20;
+constexpr std::chrono::milliseconds kBehindTime{500};
 // Bytes given back by processes after which the heap is trimmed.
 constexpr size_t kTrimAfter = 256u << 10;
 // A process cut off in the middle of a frame larger than this left to write gets no farewell:
@@ -228,6 +233,23 @@ void Hub::settle(HubConnection& conn) {
   conn.setAccounted(now);
 }
 
+void Hub::behind(HubConnection& conn) {
+  const Clock::time_point now = Clock::now();
+  if (now - conn.lastDrain() >= kBehindTime) return;  // it does not read: its own limits hold
+  if (conn.behindSince() == Clock::time_point{}) {
+    conn.setBehindSince(now);
+    return;
+  }
+  if (now - conn.behindSince() < kBehindTime) return;
+  auto top = conns_.find(conn.out().topSender());
+  if (top == conns_.end() || top->second->doomed()) return;
+  overLimit(*top->second, "sent process " + std::to_string(conn.pid()) +
+                              " more than it reads, for " + seconds(kBehindTime));
+  conn.out().dropFrom(top->first);
+  conn.setBehindSince({});
+  settle(conn);
+}
+
 void Hub::makeRoom(size_t bytes) {
   while (total_ + bytes > limits_.budgetBytes) {
     HubConnection* largest = nullptr;
@@ -251,6 +273,7 @@ void Hub::sweep(Clock::time_point now) {
       cutOff(c, ("said no hello within " + seconds(limits_.helloTime)).c_str());
       continue;
     }
+    if (c.behindSince() != Clock::time_point{}) again = true;
     if (c.reader().midFrame()) {
       if (now - c.lastRead() >= limits_.stallTime) {
         cutOff(c,
@@ -433,8 +456,11 @@ void Hub::enqueue(HubConnection& conn, std::vector<char>&& frame) {
   }
   makeRoom(frame.size());
   if (conn.doomed()) return;  // it held the most
-  conn.out().push(std::move(frame));
+  if (conn.out().empty()) conn.setLastDrain(Clock::now());
+  // Frames routed while a process's own are handled are that process's.
+  conn.out().push(std::move(frame), reading_ != conn.id() ? reading_ : 0);
   settle(conn);
+  if (conn.out().bytes() > kBacklog) behind(conn);
   if (!conn.dirty()) {
     conn.setDirty(true);
     dirty_.push_back(conn.id());
@@ -480,7 +506,10 @@ void Hub::flushDirty() {
     HubConnection& conn = *it->second;
     conn.setDirty(false);
     if (conn.doomed()) continue;
+    const size_t before = conn.out().bytes();
     const OutQueue::Result result = conn.out().flush(conn.fd());
+    if (conn.out().bytes() < before) conn.setLastDrain(Clock::now());
+    if (conn.out().bytes() <= kBacklog) conn.setBehindSince({});
     settle(conn);
     switch (result) {
       case OutQueue::Result::kDrained:

@@ -69,6 +69,9 @@ class Hub {
   void logLimited(const char* format, ...) __attribute__((format(printf, 2, 3)));
   // Brings the budget's count for `conn` up to date.
   void settle(HubConnection& conn);
+  // `conn` has much waiting for it: if it reads, but has been behind for a while, the
+  // sender with the most of that is cut off.
+  void behind(HubConnection& conn);
   // Cuts off the largest holders until `bytes` more fit the budget.
   void makeRoom(size_t bytes);
   // Closes connections past their time limits; gives idle read buffers back.

@@ -32,6 +32,13 @@ class HubConnection {
   Clock::time_point lastRead() const { return lastRead_; }
   void setLastRead(Clock::time_point t) { lastRead_ = t; }
 
+  // When the socket last took bytes, or the queue was last empty; and since when the queue
+  // has stayed long while the process reads (none: it has not).
+  Clock::time_point lastDrain() const { return lastDrain_; }
+  void setLastDrain(Clock::time_point t) { lastDrain_ = t; }
+  Clock::time_point behindSince() const { return behindSince_; }
+  void setBehindSince(Clock::time_point t) { behindSince_ = t; }
+
   // What the hub counts against its budget for this process, as last settled.
   size_t accounted() const { return accounted_; }
   void setAccounted(size_t bytes) { accounted_ = bytes; }
@@ -68,6 +75,8 @@ class HubConnection {
   const uid_t uid_;
   const Clock::time_point since_;
   Clock::time_point lastRead_;
+  Clock::time_point lastDrain_;
+  Clock::time_point behindSince_{};
   size_t accounted_ = 0;
   FrameReader reader_;
   OutQueue out_;
