@@ -57,7 +57,9 @@ void usage(FILE* out) {
       "A process that goes beyond a limit of its own is told why and cut off. When the hub\n"
       "would go beyond its memory budget, the process that holds the most of it is cut off:\n"
       "a sender with a large frame still incomplete, or a reader that does not read what\n"
-      "waits for it; a process that reads its mailbox holds little and is not. A process\n"
+      "waits for it; a process that reads its mailbox holds little and is not. When a\n"
+      "process reads, but has had more than 1 MiB waiting for it for half a second, the\n"
+      "sender with the most of that is cut off and its waiting frames dropped. A process\n"
       "beyond the connection limits, or neither of the hub's user nor of its group, is\n"
       "refused at connect with the reason. Refusals and cut-offs are logged with the pid,\n"
       "the uid and the reason, at most 20 lines in 10 s.\n",
