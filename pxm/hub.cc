@@ -31,6 +31,8 @@ constexpr std::chrono::milliseconds kSweepEvery{1000};
 // there dropped, so that what others send it is not stuck behind a flood.
 constexpr size_t kBacklog = 1u << 20;
 constexpr std::chrono::milliseconds kBehindTime{500};
+// More than a socket's buffer takes from the hub while nobody reads it.
+constexpr size_t kReadProof = 512u << 10;
 // Bytes given back by processes after which the heap is trimmed.
 constexpr size_t kTrimAfter = 256u << 10;
 // A process cut off in the middle of a frame larger than this left to write gets no farewell:
@@ -235,19 +237,28 @@ void Hub::settle(HubConnection& conn) {
 
 void Hub::behind(HubConnection& conn) {
   const Clock::time_point now = Clock::now();
-  if (now - conn.lastDrain() >= kBehindTime) return;  // it does not read: its own limits hold
   if (conn.behindSince() == Clock::time_point{}) {
     conn.setBehindSince(now);
     return;
   }
-  if (now - conn.behindSince() < kBehindTime) return;
-  auto top = conns_.find(conn.out().topSender());
-  if (top == conns_.end() || top->second->doomed()) return;
-  overLimit(*top->second, "sent process " + std::to_string(conn.pid()) +
-                              " more than it reads, for " + seconds(kBehindTime));
-  conn.out().dropFrom(top->first);
-  conn.setBehindSince({});
-  settle(conn);
+  // One that does not read is held to its own limits.
+  if (now - conn.behindSince() >= kBehindTime && readsLately(conn)) cutFeeder(conn);
+}
+
+bool Hub::readsLately(const HubConnection& conn) const {
+  // Its socket took more after its queue grew long than a socket holds unread: the process
+  // itself has read.
+  return conn.behindSince() != Clock::time_point{} && conn.drainedBehind() >= kReadProof;
+}
+
+bool Hub::cutFeeder(HubConnection& reader) {
+  auto top = conns_.find(reader.out().topSender());
+  if (top == conns_.end() || top->second->doomed()) return false;
+  overLimit(*top->second, "sent process " + std::to_string(reader.pid()) + " more than it reads");
+  reader.out().dropFrom(top->first);
+  reader.setBehindSince({});
+  settle(reader);
+  return true;
 }
 
 void Hub::makeRoom(size_t bytes) {
@@ -259,6 +270,10 @@ void Hub::makeRoom(size_t bytes) {
         largest = &c;
     }
     if (!largest) return;
+    // A reader that reads is not to blame for what is fed to it faster.
+    if (largest->out().bytes() > largest->reader().held() && readsLately(*largest) &&
+        cutFeeder(*largest))
+      continue;
     overLimit(*largest, "held the most of the hub's memory when it reached its budget of " +
                             std::to_string(limits_.budgetBytes) + " bytes");
   }
@@ -449,14 +464,19 @@ void Hub::deliver(MailboxDirectory::ConnId to, std::vector<char>&& frame) {
 
 void Hub::enqueue(HubConnection& conn, std::vector<char>&& frame) {
   if (conn.doomed()) return;
-  if (conn.out().bytes() + frame.size() > limits_.queuedBytes) {
+  if (conn.out().bytes() + frame.size() > limits_.queuedBytes &&
+      !(readsLately(conn) && cutFeeder(conn))) {
     overLimit(conn, "went beyond its limit of " + std::to_string(limits_.queuedBytes) +
                         " bytes queued unread");
     return;
   }
   makeRoom(frame.size());
   if (conn.doomed()) return;  // it held the most
-  if (conn.out().empty()) conn.setLastDrain(Clock::now());
+  // The frame of a sender just cut off for feeding this one goes with the rest of its frames.
+  if (reading_ != conn.id()) {
+    auto sender = conns_.find(reading_);
+    if (sender != conns_.end() && sender->second->doomed()) return;
+  }
   // Frames routed while a process's own are handled are that process's.
   conn.out().push(std::move(frame), reading_ != conn.id() ? reading_ : 0);
   settle(conn);
@@ -508,7 +528,7 @@ void Hub::flushDirty() {
     if (conn.doomed()) continue;
     const size_t before = conn.out().bytes();
     const OutQueue::Result result = conn.out().flush(conn.fd());
-    if (conn.out().bytes() < before) conn.setLastDrain(Clock::now());
+    conn.addDrained(before - conn.out().bytes());
     if (conn.out().bytes() <= kBacklog) conn.setBehindSince({});
     settle(conn);
     switch (result) {

@@ -72,6 +72,11 @@ class Hub {
   // `conn` has much waiting for it: if it reads, but has been behind for a while, the
   // sender with the most of that is cut off.
   void behind(HubConnection& conn);
+  // Whether `conn`, with much waiting for it, still reads.
+  bool readsLately(const HubConnection& conn) const;
+  // Cuts off the sender with the most waiting for `reader` and drops those frames; false
+  // when there is none.
+  bool cutFeeder(HubConnection& reader);
   // Cuts off the largest holders until `bytes` more fit the budget.
   void makeRoom(size_t bytes);
   // Closes connections past their time limits; gives idle read buffers back.

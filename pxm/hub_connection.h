@@ -32,12 +32,15 @@ class HubConnection {
   Clock::time_point lastRead() const { return lastRead_; }
   void setLastRead(Clock::time_point t) { lastRead_ = t; }
 
-  // When the socket last took bytes, or the queue was last empty; and since when the queue
-  // has stayed long while the process reads (none: it has not).
-  Clock::time_point lastDrain() const { return lastDrain_; }
-  void setLastDrain(Clock::time_point t) { lastDrain_ = t; }
+  // Since when the queue has been long (none: it is not).
   Clock::time_point behindSince() const { return behindSince_; }
-  void setBehindSince(Clock::time_point t) { behindSince_ = t; }
+  void setBehindSince(Clock::time_point t) {
+    behindSince_ = t;
+    drainedBehind_ = 0;
+  }
+  // Bytes its socket took since behindSince.
+  size_t drainedBehind() const { return drainedBehind_; }
+  void addDrained(size_t bytes) { drainedBehind_ += bytes; }
 
   // What the hub counts against its budget for this process, as last settled.
   size_t accounted() const { return accounted_; }
@@ -46,6 +49,7 @@ class HubConnection {
 
   FrameReader& reader() { return reader_; }
   OutQueue& out() { return out_; }
+  const OutQueue& out() const { return out_; }
 
   // The first frame must be a hello; nothing else is taken before it.
   bool greeted() const { return greeted_; }
@@ -75,8 +79,8 @@ class HubConnection {
   const uid_t uid_;
   const Clock::time_point since_;
   Clock::time_point lastRead_;
-  Clock::time_point lastDrain_;
   Clock::time_point behindSince_{};
+  size_t drainedBehind_ = 0;
   size_t accounted_ = 0;
   FrameReader reader_;
   OutQueue out_;

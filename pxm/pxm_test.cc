@@ -834,6 +834,36 @@ TEST(PxmAccessTest, GroupMembersAreAdmittedAndOthersRefusedInWords) {
   }
 }
 
+// A process that reads, but more slowly than one sender feeds it, is not the one cut off: the
+// sender is.
+TEST(PxmHubLimitsTest, SenderFasterThanItsReaderIsCutOffNotTheReader) {
+  TestHub hub(PXMD_PATH);
+  ASSERT_TRUE(hub.running());
+  ASSERT_EQ(init(), 0);
+  ASSERT_NE(pxm_create_mailbox("slow", 0), PXM_NO_MBOX);
+  ChildProcess flooder([] {
+    if (init() != 0 || pxm_create_mailbox("flooder", 0) == PXM_NO_MBOX) return 1;
+    const pxm_mbox_id_t to = awaitMailbox("slow");
+    const auto end = Clock::now() + std::chrono::seconds(10);
+    while (Clock::now() < end) sendTo(to, kData, 0, 64 * 1024);
+    return 0;
+  });
+  const pxm_mbox_id_t box = awaitMailbox("flooder");
+  ASSERT_NE(box, PXM_NO_MBOX);
+  ASSERT_NE(pxm_monitor(box, nullptr), 0u);
+  bool gone = false;
+  for (int i = 0; i < 5000 && !gone; ++i) {
+    Received got(pxm_receive(nullptr, kLimitMs, PXM_FROM_ALL));
+    ASSERT_TRUE(got);
+    gone = got.msgno() == PXM_MBOX_GONE;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  ASSERT_TRUE(gone) << "the flooder was cut off";
+  sendTo(pxm_locate("slow"), kOther);
+  EXPECT_TRUE(Received(receiveOne(kOther))) << "the reader goes on";
+  pxm_exit();
+}
+
 // Connections beyond a limit are refused with the reason; one that says nothing, or stops in
 // the middle of a frame, is closed in time.
 TEST(PxmHubLimitsTest, ConnectionAndTimeLimits) {
