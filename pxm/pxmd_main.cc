@@ -58,8 +58,9 @@ void usage(FILE* out) {
       "would go beyond its memory budget, the process that holds the most of it is cut off:\n"
       "a sender with a large frame still incomplete, or a reader that does not read what\n"
       "waits for it; a process that reads its mailbox holds little and is not. When a\n"
-      "process reads, but has had more than 1 MiB waiting for it for half a second, the\n"
-      "sender with the most of that is cut off and its waiting frames dropped. A process\n"
+      "process reads, but has had more than 1 MiB waiting for it for half a second (or\n"
+      "reaches its own limit or the budget), the sender with the most of that is cut off\n"
+      "instead, and its waiting frames dropped. A process\n"
       "beyond the connection limits, or neither of the hub's user nor of its group, is\n"
       "refused at connect with the reason. Refusals and cut-offs are logged with the pid,\n"
       "the uid and the reason, at most 20 lines in 10 s.\n",
