@@ -449,6 +449,19 @@ void runAll(const Options& o, const std::string& pxmd, const std::string& logPat
       std::this_thread::sleep_for(std::chrono::milliseconds(500));
       std::printf("  %zu announced 60 MiB each; hub RSS %.1f MB\n", conns.size(),
                   mb(rssOf(hubPid)));
+      // A process that comes now still reaches the hub.
+      const auto start = Clock::now();
+      ChildProcess late([] {
+        return pxm_init(2, 0, nullptr, nullptr, 0) == 0 &&
+                       pxm_create_mailbox("late", 0) != PXM_NO_MBOX
+                   ? 0
+                   : 1;
+      });
+      const int joined = late.wait();
+      std::printf("  a new process %s the hub in %.1f ms\n",
+                  joined == 0 ? "joined" : "did not join",
+                  std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+      if (joined != 0) miss("a new process could not reach the hub during the attack");
       const size_t closed = feed(conns, bodyBytes, std::chrono::seconds(o.shortForm ? 10 : 30));
       std::printf("  each sent up to %.1f MB of the body; %zu cut off\n", mb(bodyBytes), closed);
       if (announcers * 2 * bodyBytes > o.budget && closed == 0)
