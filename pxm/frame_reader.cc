@@ -36,7 +36,8 @@ FrameReader::Status FrameReader::fill(int fd, size_t maxGrowth) {
     }
   }
   for (;;) {
-    const ssize_t n = ::recv(fd, buffer_ + end_, size_ - end_, MSG_DONTWAIT);
+    // At most a chunk per read, so that one pass over many busy peers stays short.
+    const ssize_t n = ::recv(fd, buffer_ + end_, std::min(size_ - end_, kChunk), MSG_DONTWAIT);
     if (n > 0) {
       end_ += static_cast<size_t>(n);
       return Status::kOk;
