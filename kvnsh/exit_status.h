@@ -15,6 +15,8 @@ enum ExitStatus : int {
   kExitOutputFailed = 106,           // the output could not be written
   kExitInterrupted = 107,            // a second Ctrl-C: the shell stopped waiting for the end
   kExitProtocolError = 108,          // the service refused for a reason this shell does not know
+  kExitNotAllowed = 109,             // the hub refused: not its user nor a member of its group
+  kExitHubFull = 110,                // the hub refused: too many connections
 };
 
 }  // namespace kvnsh

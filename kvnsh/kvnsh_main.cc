@@ -66,7 +66,7 @@ int main(int argc, char** argv) {
   PxmMailbox mailbox;
   if (!mailbox.open(options.nameSpace, "kvnsh-" + std::to_string(getpid()), &error)) {
     fprintf(stderr, "kvnsh: %s\n", error.c_str());
-    return kExitNoHub;
+    return mailbox.failure();
   }
   Shell shell(options, mailbox);
   if (!options.words.empty()) return shell.runWords(options.words);

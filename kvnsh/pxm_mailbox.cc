@@ -2,6 +2,8 @@
 
 #include <string.h>
 
+#include "kvnsh/exit_status.h"
+
 namespace kvnsh {
 
 PxmMailbox::~PxmMailbox() {
@@ -13,6 +15,14 @@ PxmMailbox::~PxmMailbox() {
 bool PxmMailbox::open(const std::string& nameSpace, const std::string& name, std::string* error) {
   static const char kScheme[64] = {};
   const int32_t rc = pxm_init(2, 0, kScheme, nameSpace.empty() ? nullptr : nameSpace.c_str(), 0);
+  if (rc == PXM_INIT_NOT_ALLOWED || rc == PXM_INIT_TOO_MANY_OF_USER || rc == PXM_INIT_TOO_MANY) {
+    *error = std::string(rc == PXM_INIT_NOT_ALLOWED ? "not allowed to reach the mailbox hub: "
+                                                    : "the mailbox hub refused the shell: ") +
+             pxm_init_refusal();
+    failure_ = rc == PXM_INIT_NOT_ALLOWED ? kExitNotAllowed : kExitHubFull;
+    return false;
+  }
+  failure_ = kExitNoHub;
   if (rc != 0) {
     *error = "cannot reach the mailbox hub" +
              (nameSpace.empty() ? std::string() : " of namespace \"" + nameSpace + "\"") +

@@ -17,8 +17,10 @@ class PxmMailbox : public Mailbox {
   PxmMailbox& operator=(const PxmMailbox&) = delete;
 
   // Joins the hub in `nameSpace` (empty: the default one) under mailbox name `name`. False,
-  // with `error` set, when there is no hub or the mailbox cannot be made.
+  // with `error` set, when there is no hub, the hub refuses the shell, or the mailbox cannot
+  // be made; failure() then gives the shell's exit status.
   bool open(const std::string& nameSpace, const std::string& name, std::string* error);
+  int failure() const { return failure_; }
 
   MailboxId locate(const std::string& name) override;
   bool send(MailboxId to, const uint8_t* data, size_t size) override;
@@ -30,6 +32,7 @@ class PxmMailbox : public Mailbox {
   void dropCurrent();
 
   bool initialised_ = false;
+  int failure_ = 0;
   MailboxId own_ = kNoMailbox;
   union pxm_msg* current_ = nullptr;  // the last received message, freed at the next receive
 };

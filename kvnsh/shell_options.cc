@@ -102,6 +102,8 @@ std::string ShellOptions::usage() {
       {kExitOutputFailed, "the output could not be written"},
       {kExitInterrupted, "interrupted twice; the shell stopped waiting for the command"},
       {kExitProtocolError, "the service refused the command for an unknown reason"},
+      {kExitNotAllowed, "not allowed to reach the mailbox hub (not a member of its group)"},
+      {kExitHubFull, "the mailbox hub refused: too many connections (of the user, or in all)"},
   };
   std::string text =
       "Usage: kvnsh [OPTIONS] [COMMAND [ARGUMENTS...]]\n"

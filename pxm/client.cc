@@ -1,7 +1,9 @@
 #include "pxm/client.h"
 
+#include <grp.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -23,14 +25,42 @@ constexpr std::chrono::milliseconds kByeLimit{2000};
 
 bool isSentinel(pxm_mbox_id_t id) { return id >= 0xFFF00000u; }
 
+// Why the file system keeps the caller from the hub's socket: the group that the socket, or
+// else its directory, is shared with.
+std::string deniedBy(const std::string& socketPath) {
+  const std::string dir = socketPath.substr(0, socketPath.rfind('/'));
+  for (const std::string& path : {socketPath, dir}) {
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0 || (st.st_mode & 070) == 0) continue;
+    const group* g = ::getgrgid(st.st_gid);
+    return "not a member of group " +
+           (g ? std::string(g->gr_name) : std::to_string(static_cast<unsigned>(st.st_gid)));
+  }
+  return "permission denied on " + socketPath;
+}
+
+int32_t resultOf(uint32_t refusal) {
+  switch (refusal) {
+    case kRefusedNotAllowed:
+      return PXM_INIT_NOT_ALLOWED;
+    case kRefusedTooManyOfUser:
+      return PXM_INIT_TOO_MANY_OF_USER;
+    case kRefusedTooMany:
+      return PXM_INIT_TOO_MANY;
+    default:
+      return PXM_INIT_HANDSHAKE;  // a reason from a newer hub
+  }
+}
+
 }  // namespace
 
-int32_t Client::connect(const char* nameSpace, std::shared_ptr<Client>* out) {
-  if (!RunDir::validNamespace(nameSpace)) return kBadNamespace;
+int32_t Client::connect(const char* nameSpace, std::shared_ptr<Client>* out, std::string* refusal) {
+  refusal->clear();
+  if (!RunDir::validNamespace(nameSpace)) return PXM_INIT_BAD_NAMESPACE;
   const std::string path = RunDir::socketPath(RunDir::directory(), nameSpace);
-  if (path.empty()) return kNoHub;
+  if (path.empty()) return PXM_INIT_NO_HUB;
   const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (fd < 0) return kNoHub;
+  if (fd < 0) return PXM_INIT_NO_HUB;
   sockaddr_un addr{};
   addr.sun_family = AF_UNIX;
   std::memcpy(addr.sun_path, path.c_str(), path.size() + 1);
@@ -39,18 +69,36 @@ int32_t Client::connect(const char* nameSpace, std::shared_ptr<Client>* out) {
     rc = ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
   } while (rc != 0 && errno == EINTR);
   if (rc != 0) {
+    const int err = errno;
     ::close(fd);
-    return kNoHub;
+    if (err != EACCES && err != EPERM) return PXM_INIT_NO_HUB;
+    *refusal = deniedBy(path);
+    return PXM_INIT_NOT_ALLOWED;
   }
   auto client = std::make_shared<Client>(fd);
   const uint32_t hello[2] = {kProtocolVersion, static_cast<uint32_t>(::getpid())};
   const iovec part{const_cast<uint32_t*>(hello), sizeof hello};
   Pending answer;
   if (!client->request(kHello, &part, 1, &answer, kRequestLimit) ||
-      answer.value != kProtocolVersion)
-    return kHandshake;
+      answer.value != kProtocolVersion) {
+    client->readRefusal();
+    if (client->refusal_ == 0) return PXM_INIT_HANDSHAKE;
+    *refusal = client->refusalText_;
+    return resultOf(client->refusal_);
+  }
+  client->greeted_ = true;
   *out = std::move(client);
-  return kOk;
+  return PXM_INIT_OK;
+}
+
+void Client::readRefusal() {
+  std::lock_guard<std::mutex> lock(mu_);
+  // The hub wrote its reason before it closed; a few reads find it or the end.
+  for (int i = 0; i < 4 && refusal_ == 0; ++i) {
+    pollfd pfd{fd_, POLLIN, 0};
+    if (::poll(&pfd, 1, 0) <= 0) break;
+    readFrames();
+  }
 }
 
 Client::Client(int fd) : fd_(fd) {}
@@ -360,6 +408,12 @@ void Client::sort(const FrameHeader& header, const char* body) {
       inboxes_[p.owner].mailboxes.push_back(p.value);
     }
   }
+  if (header.type == kRefused && len >= 4 && !greeted_) {
+    refusal_ = loadU32(body);
+    refusalText_.assign(body + 4, len - 4);
+    broken_ = true;
+    return;
+  }
   if (header.type == kError) {
     // The hub cuts this process off and says why; the end of the stream follows.
     const std::string why(body, len);
@@ -370,7 +424,8 @@ void Client::sort(const FrameHeader& header, const char* body) {
 }
 
 void Client::connectionLost(const char* why) {
-  if (!broken_.exchange(true)) std::fprintf(stderr, "pxm: connection to the hub lost: %s\n", why);
+  if (!broken_.exchange(true) && greeted_)
+    std::fprintf(stderr, "pxm: connection to the hub lost: %s\n", why);
 }
 
 MessageBlock* Client::take(Inbox& inbox, const uint32_t* filter, pxm_mbox_id_t from) {

@@ -33,15 +33,9 @@ namespace pxm {
 
 class Client {
  public:
-  // Results of connect(), which pxm_init answers.
-  enum : int32_t {
-    kOk = 0,
-    kNoHub = 1,         // nothing listens for the namespace
-    kBadNamespace = 2,  // not a valid namespace name
-    kHandshake = 3,     // the hub did not answer the greeting as expected
-  };
-
-  static int32_t connect(const char* nameSpace, std::shared_ptr<Client>* out);
+  // Results of connect(), which pxm_init answers (PXM_INIT_*). A refusal comes with the
+  // hub's reason in words in `refusal`.
+  static int32_t connect(const char* nameSpace, std::shared_ptr<Client>* out, std::string* refusal);
 
   explicit Client(int fd);
   ~Client();
@@ -114,6 +108,8 @@ class Client {
   void readFrames();
   void sort(const FrameHeader& header, const char* body);
   void connectionLost(const char* why);
+  // After a failed greeting: what the hub left in the socket, read for its refusal.
+  void readRefusal();
   MessageBlock* take(Inbox& inbox, const uint32_t* filter, pxm_mbox_id_t from);
   // The calling thread's mailbox that a message goes out from, or PXM_NO_MBOX.
   pxm_mbox_id_t resolveFrom(pxm_mbox_id_t from, const char* function);
@@ -123,6 +119,9 @@ class Client {
   std::condition_variable cv_;
   std::mutex writeMu_;
   std::atomic<bool> broken_{false};
+  bool greeted_ = false;  // until then a lost connection is pxm_init's result, not a line
+  uint32_t refusal_ = 0;  // the hub's Refusal, 0 while none came
+  std::string refusalText_;
   bool closed_ = false;
   bool reading_ = false;
   FrameReader reader_;  // used by the reading thread only

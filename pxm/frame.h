@@ -35,9 +35,18 @@ enum FrameType : uint16_t {
   kReply = 64,    // {u32 req, u32 value, data bytes}
   kDeliver = 65,  // Route, message bytes
   kError = 66,    // text: why the hub cuts the process off; the connection closes after it
+  kRefused = 67,  // {u32 Refusal, text}: the hub does not take the process; sent at connect,
+                  // before any greeting, and the connection closes after it
   // Reserved for the name service: 256 to 511, process to hub.
   kNameServiceFirst = 256,
   kNameServiceLast = 511,
+};
+
+// Why the hub refuses a process at connect (the first word of a kRefused body).
+enum Refusal : uint32_t {
+  kRefusedNotAllowed = 1,     // neither the hub's user nor a member of its group
+  kRefusedTooManyOfUser = 2,  // the user's connections are at their limit
+  kRefusedTooMany = 3,        // the hub's connections are at their limit
 };
 
 struct FrameHeader {

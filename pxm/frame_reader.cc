@@ -2,33 +2,48 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace pxm {
 
-namespace {
-// Room for many small frames per read; a larger frame grows the buffer for its own time.
-constexpr size_t kChunk = 64 * 1024;
-}  // namespace
+FrameReader::~FrameReader() { std::free(buffer_); }
 
-FrameReader::FrameReader() : buffer_(kChunk) {}
+size_t FrameReader::growth() const {
+  if (!buffer_) return kChunk;
+  if (end_ - start_ < size_) return 0;  // compacting makes room
+  // Full of one frame: double, but never beyond what that frame needs.
+  const size_t whole = sizeof(FrameHeader) + peekHeader().length;
+  return std::min(size_ * 2, std::max(whole, size_)) - size_;
+}
 
-FrameReader::Status FrameReader::fill(int fd) {
-  if (end_ == buffer_.size()) {
+FrameReader::Status FrameReader::fill(int fd, size_t maxGrowth) {
+  if (end_ == size_) {
+    const size_t more = growth();
+    if (more > maxGrowth) return Status::kNoRoom;
     // Only the unread tail is worth keeping.
-    std::memmove(buffer_.data(), buffer_.data() + start_, end_ - start_);
+    if (start_ > 0) std::memmove(buffer_, buffer_ + start_, end_ - start_);
     end_ -= start_;
     start_ = 0;
-    if (end_ == buffer_.size()) buffer_.resize(buffer_.size() * 2);
+    if (more > 0) {
+      char* grown = static_cast<char*>(std::realloc(buffer_, size_ + more));
+      if (!grown) throw std::bad_alloc();
+      buffer_ = grown;
+      size_ += more;
+    }
   }
   for (;;) {
-    const ssize_t n = ::recv(fd, buffer_.data() + end_, buffer_.size() - end_, MSG_DONTWAIT);
+    // At most a chunk per read, so that one pass over many busy peers stays short.
+    const ssize_t n = ::recv(fd, buffer_ + end_, std::min(size_ - end_, kChunk), MSG_DONTWAIT);
     if (n > 0) {
       end_ += static_cast<size_t>(n);
       return Status::kOk;
     }
-    if (n == 0) return Status::kClosed;
+    // A peer that closes with our answer unread resets the stream: an end like any other.
+    if (n == 0 || errno == ECONNRESET) return Status::kClosed;
     if (errno == EINTR) continue;
     if (errno == EAGAIN || errno == EWOULDBLOCK) return Status::kOk;
     return Status::kError;
@@ -37,25 +52,21 @@ FrameReader::Status FrameReader::fill(int fd) {
 
 FrameHeader FrameReader::peekHeader() const {
   FrameHeader header;
-  std::memcpy(&header, buffer_.data() + start_, sizeof header);
+  std::memcpy(&header, buffer_ + start_, sizeof header);
   return header;
-}
-
-void FrameReader::reserveFor(size_t whole) {
-  if (buffer_.size() - start_ >= whole) return;
-  std::memmove(buffer_.data(), buffer_.data() + start_, end_ - start_);
-  end_ -= start_;
-  start_ = 0;
-  if (buffer_.size() < whole) buffer_.resize(whole);
 }
 
 void FrameReader::reset() {
   start_ = end_ = 0;
   // A big frame is over: give its room back.
-  if (buffer_.size() > kChunk) {
-    buffer_.resize(kChunk);
-    buffer_.shrink_to_fit();
-  }
+  if (size_ > kChunk) release();
+}
+
+void FrameReader::release() {
+  if (start_ != end_) return;
+  std::free(buffer_);
+  buffer_ = nullptr;
+  size_ = start_ = end_ = 0;
 }
 
 }  // namespace pxm

@@ -70,10 +70,25 @@ TEST_F(FrameReaderTest, ManySmallFramesInOneReadAndOneBigFrame) {
   got_.clear();
   std::string big(3 << 20, '\0');
   for (size_t i = 0; i < big.size(); ++i) big[i] = static_cast<char>(i % 251);
-  write(frame(5, big));
+  const std::string whole = frame(5, big);
+  // The announced length takes no memory ahead of the bytes.
+  write(whole.substr(0, 100));
+  ASSERT_EQ(read(), FrameReader::Status::kOk);
+  EXPECT_EQ(reader_.held(), 100u);
+  const size_t part = 2 * FrameReader::kChunk;
+  write(whole.substr(100, part - 100));
+  ASSERT_EQ(read(), FrameReader::Status::kOk);
+  ASSERT_EQ(read(), FrameReader::Status::kOk);
+  EXPECT_EQ(reader_.held(), part) << "grows by doubling, as the bytes come";
+  EXPECT_EQ(reader_.readFrom(
+                fds_[0], [](const FrameHeader&, const char*) { return true; }, 100),
+            FrameReader::Status::kNoRoom);
+  EXPECT_EQ(reader_.growth(), part);
+  write(whole.substr(part));
   for (int i = 0; i < 1000 && got_.empty(); ++i) ASSERT_EQ(read(), FrameReader::Status::kOk);
   ASSERT_EQ(got_.size(), 1u);
   EXPECT_TRUE(got_[0] == "5:" + big);
+  EXPECT_EQ(reader_.held(), 0u) << "its room goes back once it is done";
 }
 
 TEST_F(FrameReaderTest, BadHeadersAreRefusedBeforeTheirBody) {

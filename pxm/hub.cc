@@ -1,11 +1,14 @@
 #include "pxm/hub.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 #include <string_view>
 
@@ -19,6 +22,28 @@ constexpr uint64_t kListenKey = 1;
 constexpr uint64_t kStopKey = 2;
 constexpr uint64_t kFirstConn = 16;
 constexpr int kMaxEvents = 64;
+// At most this many lines about refusals and cut-offs per window.
+constexpr size_t kLogBurst = 20;
+constexpr std::chrono::seconds kLogWindow{10};
+constexpr std::chrono::milliseconds kSweepEvery{1000};
+// A process that reads, but has had more than kBacklog waiting for it for kBehindTime, is
+// fed faster than it reads: the sender with the most of that is cut off, and its frames
+// there dropped, so that what others send it is not stuck behind a flood.
+constexpr size_t kBacklog = 1u << 20;
+constexpr std::chrono::milliseconds kBehindTime{500};
+// More than a socket's buffer takes from the hub while nobody reads it.
+constexpr size_t kReadProof = 512u << 10;
+// Bytes given back by processes after which the heap is trimmed.
+constexpr size_t kTrimAfter = 256u << 10;
+// A process cut off in the middle of a frame larger than this left to write gets no farewell:
+// its socket closes at once rather than hold the rest for it.
+constexpr size_t kFarewellRoom = 1u << 20;
+
+std::string seconds(std::chrono::milliseconds t) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%g s", static_cast<double>(t.count()) / 1000.0);
+  return text;
+}
 
 const char* describe(FrameReader::Status status) {
   switch (status) {
@@ -30,6 +55,8 @@ const char* describe(FrameReader::Status status) {
       return "broke the protocol";
     case FrameReader::Status::kError:
       return "socket failed";
+    case FrameReader::Status::kNoRoom:
+      return "found no room";
     default:
       return "left";
   }
@@ -37,7 +64,7 @@ const char* describe(FrameReader::Status status) {
 
 }  // namespace
 
-Hub::Hub(int listenFd, int stopFd, HubLimits limits)
+Hub::Hub(int listenFd, int stopFd, HubLimits limits, PeerAccess access)
     : listen_(listenFd),
       stop_(stopFd),
       nextConn_(kFirstConn),
@@ -46,7 +73,9 @@ Hub::Hub(int listenFd, int stopFd, HubLimits limits)
       }),
       names_(directory_, [this](MailboxDirectory::ConnId to,
                                 std::vector<char>&& frame) { deliver(to, std::move(frame)); }),
-      limits_(limits) {
+      limits_(limits),
+      access_(std::move(access)),
+      logLimiter_(kLogBurst, kLogWindow) {
   epoll_ = ::epoll_create1(EPOLL_CLOEXEC);
   spare_ = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
   epoll_event ev{};
@@ -73,8 +102,7 @@ int Hub::run() {
   epoll_event events[kMaxEvents];
   bool stop = false;
   while (!stop) {
-    // Wakes now and then while a process cut off has its last frame to read.
-    const int n = ::epoll_wait(epoll_, events, kMaxEvents, lingering_.empty() ? -1 : 100);
+    const int n = ::epoll_wait(epoll_, events, kMaxEvents, waitMs(Clock::now()));
     if (n < 0) {
       if (errno == EINTR) continue;
       CPMUTIL_LOG_ERROR("pxmd: epoll_wait failed: %s", strerror(errno));
@@ -106,6 +134,11 @@ int Hub::run() {
     flushDirty();
     closeDoomed();
     expireLingering();
+    const Clock::time_point now = Clock::now();
+    if (sweepWanted_ && now >= nextSweep_) {
+      sweep(now);
+      closeDoomed();
+    }
   }
   CPMUTIL_LOG_INFO("pxmd: stopping, %zu processes attached", conns_.size());
   return 0;
@@ -132,14 +165,30 @@ void Hub::acceptAll() {
     }
     ucred cred{};
     socklen_t len = sizeof cred;
-    if (::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &cred, &len) != 0 || cred.uid != ::geteuid()) {
-      CPMUTIL_LOG_ERROR("pxmd: refused a process of another user (uid %u)",
-                        static_cast<unsigned>(cred.uid));
+    if (::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &cred, &len) != 0) {
+      CPMUTIL_LOG_ERROR("pxmd: no credentials of a caller: %s", strerror(errno));
       ::close(fd);
       continue;
     }
+    std::string why;
+    if (!access_.admits(fd, cred, &why)) {
+      refuse(fd, cred, kRefusedNotAllowed, why);
+      continue;
+    }
+    size_t& ofUser = perUser_[cred.uid];
+    if (ofUser >= limits_.connectionsPerUser) {
+      refuse(fd, cred, kRefusedTooManyOfUser,
+             "too many connections of uid " + std::to_string(cred.uid) + " (at most " +
+                 std::to_string(limits_.connectionsPerUser) + ")");
+      continue;
+    }
+    if (conns_.size() >= limits_.connections) {
+      refuse(fd, cred, kRefusedTooMany,
+             "too many connections (at most " + std::to_string(limits_.connections) + ")");
+      continue;
+    }
     const uint64_t id = nextConn_++;
-    auto conn = std::make_unique<HubConnection>(id, fd, cred.pid);
+    auto conn = std::make_unique<HubConnection>(id, fd, cred.pid, cred.uid, Clock::now());
     epoll_event ev{};
     ev.events = EPOLLIN;
     ev.data.u64 = id;
@@ -150,13 +199,145 @@ void Hub::acceptAll() {
     CPMUTIL_LOG_DEBUG("pxmd: process %d attached as %llu", static_cast<int>(cred.pid),
                       static_cast<unsigned long long>(id));
     conns_.emplace(id, std::move(conn));
+    ++ofUser;
+    sweepWanted_ = true;  // for its hello
   }
 }
 
+void Hub::refuse(int fd, const ucred& cred, Refusal reason, const std::string& why) {
+  // A fresh socket takes this small frame at once; the caller reads it before the end.
+  std::vector<char> frame(sizeof(FrameHeader) + 4 + why.size());
+  const FrameHeader header{static_cast<uint32_t>(4 + why.size()), kRefused, 0};
+  const uint32_t code = reason;
+  std::memcpy(frame.data(), &header, sizeof header);
+  std::memcpy(frame.data() + sizeof header, &code, 4);
+  std::memcpy(frame.data() + sizeof header + 4, why.data(), why.size());
+  (void)::send(fd, frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+  ::close(fd);
+  logLimited("pxmd: refused process %d (uid %u): %s", static_cast<int>(cred.pid),
+             static_cast<unsigned>(cred.uid), why.c_str());
+}
+
+void Hub::logLimited(const char* format, ...) {
+  if (!logLimiter_.allow(Clock::now())) return;
+  char line[200];  // within what one log line carries
+  va_list args;
+  va_start(args, format);
+  std::vsnprintf(line, sizeof line, format, args);
+  va_end(args);
+  CPMUTIL_LOG_ERROR("%s", line);
+}
+
+void Hub::settle(HubConnection& conn) {
+  const size_t now = conn.holds();
+  if (now < conn.accounted()) freed_ += conn.accounted() - now;
+  total_ = total_ - conn.accounted() + now;
+  conn.setAccounted(now);
+}
+
+void Hub::behind(HubConnection& conn) {
+  const Clock::time_point now = Clock::now();
+  if (conn.behindSince() == Clock::time_point{}) {
+    conn.setBehindSince(now);
+    return;
+  }
+  // One that does not read is held to its own limits.
+  if (now - conn.behindSince() >= kBehindTime && readsLately(conn)) cutFeeder(conn);
+}
+
+bool Hub::readsLately(const HubConnection& conn) const {
+  // Its socket took more after its queue grew long than a socket holds unread: the process
+  // itself has read.
+  return conn.behindSince() != Clock::time_point{} && conn.drainedBehind() >= kReadProof;
+}
+
+bool Hub::cutFeeder(HubConnection& reader) {
+  auto top = conns_.find(reader.out().topSender());
+  if (top == conns_.end() || top->second->doomed()) return false;
+  overLimit(*top->second, "sent process " + std::to_string(reader.pid()) + " more than it reads");
+  reader.out().dropFrom(top->first);
+  reader.setBehindSince({});
+  settle(reader);
+  return true;
+}
+
+void Hub::makeRoom(size_t bytes) {
+  while (total_ + bytes > limits_.budgetBytes) {
+    HubConnection* largest = nullptr;
+    for (auto& entry : conns_) {
+      HubConnection& c = *entry.second;
+      if (!c.doomed() && c.accounted() > 0 && (!largest || c.accounted() > largest->accounted()))
+        largest = &c;
+    }
+    if (!largest) return;
+    // A reader that reads is not to blame for what is fed to it faster.
+    if (largest->out().bytes() > largest->reader().held() && readsLately(*largest) &&
+        cutFeeder(*largest))
+      continue;
+    overLimit(*largest, "held the most of the hub's memory when it reached its budget of " +
+                            std::to_string(limits_.budgetBytes) + " bytes");
+  }
+}
+
+void Hub::sweep(Clock::time_point now) {
+  bool again = false;
+  for (auto& entry : conns_) {
+    HubConnection& c = *entry.second;
+    if (c.doomed()) continue;
+    if (!c.greeted() && now - c.since() >= limits_.helloTime) {
+      cutOff(c, ("said no hello within " + seconds(limits_.helloTime)).c_str());
+      continue;
+    }
+    if (c.behindSince() != Clock::time_point{}) again = true;
+    if (c.reader().midFrame()) {
+      if (now - c.lastRead() >= limits_.stallTime) {
+        cutOff(c,
+               ("sent part of a frame and then nothing for " + seconds(limits_.stallTime)).c_str());
+        continue;
+      }
+      again = true;
+    } else {
+      c.reader().release();  // an idle process holds no read buffer
+      settle(c);
+    }
+    again = again || !c.greeted();
+  }
+  // What processes gave back goes back to the system, not only to the heap.
+  if (freed_ >= kTrimAfter) {
+    ::malloc_trim(0);
+    freed_ = 0;
+  }
+  if (const size_t heldBack = logLimiter_.takeHeldBack(now))
+    CPMUTIL_LOG_ERROR("pxmd: %zu more refusals and cut-offs were not logged", heldBack);
+  sweepWanted_ = again;
+  nextSweep_ = now + kSweepEvery;
+}
+
+int Hub::waitMs(Clock::time_point now) const {
+  // Wakes now and then while a process cut off has its last frame to read.
+  if (!lingering_.empty()) return 100;
+  if (!sweepWanted_) return -1;
+  if (nextSweep_ <= now) return 0;
+  return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(nextSweep_ - now).count());
+}
+
 void Hub::onReadable(HubConnection& conn) {
+  conn.setLastRead(Clock::now());
+  sweepWanted_ = true;
+  const size_t room = total_ < limits_.budgetBytes ? limits_.budgetBytes - total_ : 0;
+  reading_ = conn.id();
   const FrameReader::Status status = conn.reader().readFrom(
       conn.fd(),
-      [&](const FrameHeader& header, const char* body) { return handleFrame(conn, header, body); });
+      [&](const FrameHeader& header, const char* body) { return handleFrame(conn, header, body); },
+      room);
+  reading_ = 0;
+  if (conn.doomed()) conn.reader().discard();
+  settle(conn);
+  if (status == FrameReader::Status::kNoRoom) {
+    // The socket stays readable: once there is room, the next round reads on.
+    makeRoom(conn.reader().growth());
+    return;
+  }
   if (status == FrameReader::Status::kOk) return;
   if (status == FrameReader::Status::kClosed) {
     CPMUTIL_LOG_DEBUG("pxmd: process %d (%llu) left", static_cast<int>(conn.pid()),
@@ -283,12 +464,23 @@ void Hub::deliver(MailboxDirectory::ConnId to, std::vector<char>&& frame) {
 
 void Hub::enqueue(HubConnection& conn, std::vector<char>&& frame) {
   if (conn.doomed()) return;
-  conn.out().push(std::move(frame));
-  if (conn.out().bytes() > limits_.queuedBytes) {
+  if (conn.out().bytes() + frame.size() > limits_.queuedBytes &&
+      !(readsLately(conn) && cutFeeder(conn))) {
     overLimit(conn, "went beyond its limit of " + std::to_string(limits_.queuedBytes) +
                         " bytes queued unread");
     return;
   }
+  makeRoom(frame.size());
+  if (conn.doomed()) return;  // it held the most
+  // The frame of a sender just cut off for feeding this one goes with the rest of its frames.
+  if (reading_ != conn.id()) {
+    auto sender = conns_.find(reading_);
+    if (sender != conns_.end() && sender->second->doomed()) return;
+  }
+  // Frames routed while a process's own are handled are that process's.
+  conn.out().push(std::move(frame), reading_ != conn.id() ? reading_ : 0);
+  settle(conn);
+  if (conn.out().bytes() > kBacklog) behind(conn);
   if (!conn.dirty()) {
     conn.setDirty(true);
     dirty_.push_back(conn.id());
@@ -297,23 +489,33 @@ void Hub::enqueue(HubConnection& conn, std::vector<char>&& frame) {
 
 void Hub::cutOff(HubConnection& conn, const char* why) {
   if (conn.doomed()) return;
-  CPMUTIL_LOG_ERROR("pxmd: process %d (%llu) %s; cut off", static_cast<int>(conn.pid()),
-                    static_cast<unsigned long long>(conn.id()), why);
+  logLimited("pxmd: process %d (uid %u) %s; cut off", static_cast<int>(conn.pid()),
+             static_cast<unsigned>(conn.uid()), why);
   conn.doom();
   doomed_.push_back(conn.id());
+  // What it sent in part goes now, unless its frames are being handled at this moment.
+  if (conn.id() != reading_) conn.reader().discard();
+  settle(conn);
 }
 
 bool Hub::overLimit(HubConnection& conn, const std::string& why) {
   if (conn.doomed()) return false;
   cutOff(conn, why.c_str());
-  // What waits for it is of no use any more; the reason goes after a frame already begun.
+  // What waits for it is of no use any more; the reason goes after a frame already begun,
+  // unless much of that is left.
   conn.out().dropUnstarted();
+  if (conn.out().bytes() > kFarewellRoom) {
+    conn.out().clear();
+    settle(conn);
+    return false;
+  }
   std::vector<char> frame(sizeof(FrameHeader) + why.size());
   const FrameHeader header{static_cast<uint32_t>(why.size()), kError, 0};
   std::memcpy(frame.data(), &header, sizeof header);
   std::memcpy(frame.data() + sizeof header, why.data(), why.size());
   conn.out().push(std::move(frame));
   conn.setFarewell();
+  settle(conn);
   return false;
 }
 
@@ -324,7 +526,12 @@ void Hub::flushDirty() {
     HubConnection& conn = *it->second;
     conn.setDirty(false);
     if (conn.doomed()) continue;
-    switch (conn.out().flush(conn.fd())) {
+    const size_t before = conn.out().bytes();
+    const OutQueue::Result result = conn.out().flush(conn.fd());
+    conn.addDrained(before - conn.out().bytes());
+    if (conn.out().bytes() <= kBacklog) conn.setBehindSince({});
+    settle(conn);
+    switch (result) {
       case OutQueue::Result::kDrained:
         if (conn.wantsWrite()) watchWrites(conn, false);
         break;
@@ -352,6 +559,10 @@ void Hub::closeDoomed() {
       names_.connectionGone(id);
       directory_.removeAll(id);
       std::unique_ptr<HubConnection>& conn = node.mapped();
+      total_ -= conn->accounted();
+      freed_ += conn->accounted() + sizeof(HubConnection);
+      --perUser_[conn->uid()];
+      conn->reader().discard();
       if (conn->farewell()) {
         linger(std::move(conn));
         continue;
@@ -401,6 +612,7 @@ void Hub::serveLingering(uint64_t key, uint32_t events) {
   }
   if (!done) return;
   ::epoll_ctl(epoll_, EPOLL_CTL_DEL, conn.fd(), nullptr);
+  forget(std::move(it->second.conn));
   lingering_.erase(it);
 }
 
@@ -412,8 +624,15 @@ void Hub::expireLingering() {
       continue;
     }
     ::epoll_ctl(epoll_, EPOLL_CTL_DEL, it->second.conn->fd(), nullptr);
+    forget(std::move(it->second.conn));
     it = lingering_.erase(it);
   }
+}
+
+void Hub::forget(std::unique_ptr<HubConnection> conn) {
+  // Its last frames go with it; a sweep gives the memory back.
+  freed_ += conn->out().bytes() + sizeof(HubConnection);
+  sweepWanted_ = true;
 }
 
 void Hub::watchWrites(HubConnection& conn, bool on) {

@@ -5,6 +5,14 @@
 // breaks the protocol or dies in the middle of a frame is cut off, and its mailboxes die as if
 // the process had ended. So is one that goes beyond its HubLimits, after a kError frame that
 // says which: the hub keeps its socket a little longer, until that frame is out.
+//
+// The hub as a whole keeps within a budget of memory: the bytes it has read and not yet
+// routed plus the bytes queued for every process. When a process would take it past that,
+// the process that holds the most of it (a sender with a large frame still incomplete, or a
+// reader that does not read its mailbox) is cut off; one that reads its mailbox holds little,
+// and is not. Connections are limited per user and in all, and a connection that says no
+// hello in time, or stops in the middle of a frame, is closed. Every refusal and cut-off is
+// logged with the pid, the uid and the reason, at most a burst of lines per window.
 
 #include <chrono>
 #include <cstddef>
@@ -16,16 +24,25 @@
 
 #include "pxm/frame.h"
 #include "pxm/hub_connection.h"
+#include "pxm/log_limiter.h"
 #include "pxm/mailbox_directory.h"
 #include "pxm/name_server.h"
+#include "pxm/peer_access.h"
 
 namespace pxm {
 
-// What the hub holds for one process at most.
 struct HubLimits {
+  // What the hub holds for one process at most.
   size_t monitors = 16384;          // monitors set and not yet fired
   size_t pendingLocates = 4096;     // asynchronous locates waiting for their name
   size_t queuedBytes = 256u << 20;  // bytes waiting for a process that does not read them
+  // For all processes together.
+  size_t budgetBytes = 512u << 20;  // read and not yet routed, plus queued
+  size_t connectionsPerUser = 64;
+  size_t connections = 256;
+  // A frame begun and then nothing for this long; no hello within this long.
+  std::chrono::milliseconds stallTime{10000};
+  std::chrono::milliseconds helloTime{3000};
 };
 
 class Hub {
@@ -35,7 +52,7 @@ class Hub {
 
   // Takes over `listenFd` (a listening Unix socket). The loop ends when `stopFd` becomes
   // readable; the caller keeps that one.
-  Hub(int listenFd, int stopFd, HubLimits limits = HubLimits());
+  Hub(int listenFd, int stopFd, HubLimits limits, PeerAccess access);
   ~Hub();
   Hub(const Hub&) = delete;
   Hub& operator=(const Hub&) = delete;
@@ -44,7 +61,27 @@ class Hub {
   int run();
 
  private:
+  using Clock = std::chrono::steady_clock;
+
   void acceptAll();
+  void refuse(int fd, const ucred& cred, Refusal reason, const std::string& why);
+  // A line about a refusal or cut-off, unless too many came lately.
+  void logLimited(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  // Brings the budget's count for `conn` up to date.
+  void settle(HubConnection& conn);
+  // `conn` has much waiting for it: if it reads, but has been behind for a while, the
+  // sender with the most of that is cut off.
+  void behind(HubConnection& conn);
+  // Whether `conn`, with much waiting for it, still reads.
+  bool readsLately(const HubConnection& conn) const;
+  // Cuts off the sender with the most waiting for `reader` and drops those frames; false
+  // when there is none.
+  bool cutFeeder(HubConnection& reader);
+  // Cuts off the largest holders until `bytes` more fit the budget.
+  void makeRoom(size_t bytes);
+  // Closes connections past their time limits; gives idle read buffers back.
+  void sweep(Clock::time_point now);
+  int waitMs(Clock::time_point now) const;
   void onReadable(HubConnection& conn);
   bool handleFrame(HubConnection& conn, const FrameHeader& header, const char* body);
   void reply(HubConnection& conn, uint32_t req, uint32_t value, const void* data = nullptr,
@@ -59,6 +96,7 @@ class Hub {
   void linger(std::unique_ptr<HubConnection> conn);
   void serveLingering(uint64_t key, uint32_t events);
   void expireLingering();
+  void forget(std::unique_ptr<HubConnection> conn);
   void flushDirty();
   void closeDoomed();
   void watchWrites(HubConnection& conn, bool on);
@@ -74,6 +112,14 @@ class Hub {
   MailboxDirectory directory_;
   NameServer names_;  // after the directory, which it reads
   HubLimits limits_;
+  PeerAccess access_;
+  size_t total_ = 0;      // bytes held against the budget
+  size_t freed_ = 0;      // bytes given back since the heap was last trimmed
+  uint64_t reading_ = 0;  // the connection whose frames are being handled, if any
+  std::unordered_map<uid_t, size_t> perUser_;
+  bool sweepWanted_ = false;
+  Clock::time_point nextSweep_{};
+  LogLimiter logLimiter_;
   struct Lingering {
     std::unique_ptr<HubConnection> conn;
     std::chrono::steady_clock::time_point deadline;

@@ -4,7 +4,8 @@
 
 namespace pxm {
 
-HubConnection::HubConnection(uint64_t id, int fd, pid_t pid) : id_(id), fd_(fd), pid_(pid) {}
+HubConnection::HubConnection(uint64_t id, int fd, pid_t pid, uid_t uid, Clock::time_point now)
+    : id_(id), fd_(fd), pid_(pid), uid_(uid), since_(now), lastRead_(now) {}
 
 HubConnection::~HubConnection() { ::close(fd_); }
 

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 #include <sys/uio.h>
 
+#include <algorithm>
 #include <cerrno>
 
 namespace pxm {
@@ -11,15 +12,55 @@ namespace {
 constexpr size_t kMaxIov = 64;
 }  // namespace
 
-void OutQueue::push(std::vector<char> frame) {
+void OutQueue::push(std::vector<char> frame, uint64_t sender) {
   bytes_ += frame.size();
-  frames_.push_back(std::move(frame));
+  if (sender) bySender_[sender] += frame.size();
+  frames_.push_back(Frame{std::move(frame), sender});
+}
+
+void OutQueue::popped(const Frame& frame) {
+  if (!frame.sender) return;
+  auto it = bySender_.find(frame.sender);
+  if ((it->second -= frame.bytes.size()) == 0) bySender_.erase(it);
+}
+
+uint64_t OutQueue::topSender() const {
+  uint64_t top = 0;
+  size_t most = 0;
+  for (const auto& entry : bySender_)
+    if (entry.second > most) {
+      most = entry.second;
+      top = entry.first;
+    }
+  return top;
 }
 
 void OutQueue::dropUnstarted() {
   const size_t keep = offset_ > 0 ? 1 : 0;
-  while (frames_.size() > keep) frames_.pop_back();
-  bytes_ = keep ? frames_.front().size() - offset_ : 0;
+  while (frames_.size() > keep) {
+    popped(frames_.back());
+    frames_.pop_back();
+  }
+  bytes_ = keep ? frames_.front().bytes.size() - offset_ : 0;
+}
+
+void OutQueue::dropFrom(uint64_t sender) {
+  if (!bySender_.count(sender)) return;
+  auto from = frames_.begin() + (offset_ > 0 ? 1 : 0);
+  auto kept = std::stable_partition(from, frames_.end(),
+                                    [sender](const Frame& f) { return f.sender != sender; });
+  for (auto it = kept; it != frames_.end(); ++it) {
+    bytes_ -= it->bytes.size();
+    popped(*it);
+  }
+  frames_.erase(kept, frames_.end());
+}
+
+void OutQueue::clear() {
+  frames_.clear();
+  bySender_.clear();
+  offset_ = 0;
+  bytes_ = 0;
 }
 
 OutQueue::Result OutQueue::flush(int fd) {
@@ -28,8 +69,8 @@ OutQueue::Result OutQueue::flush(int fd) {
     size_t count = 0;
     for (auto it = frames_.begin(); it != frames_.end() && count < kMaxIov; ++it, ++count) {
       const size_t skip = count == 0 ? offset_ : 0;
-      iov[count].iov_base = it->data() + skip;
-      iov[count].iov_len = it->size() - skip;
+      iov[count].iov_base = it->bytes.data() + skip;
+      iov[count].iov_len = it->bytes.size() - skip;
     }
     msghdr msg{};
     msg.msg_iov = iov;
@@ -43,13 +84,14 @@ OutQueue::Result OutQueue::flush(int fd) {
     size_t written = static_cast<size_t>(n);
     bytes_ -= written;
     while (written > 0) {
-      const size_t left = frames_.front().size() - offset_;
+      const size_t left = frames_.front().bytes.size() - offset_;
       if (written < left) {
         offset_ += written;
         break;
       }
       written -= left;
       offset_ = 0;
+      popped(frames_.front());
       frames_.pop_front();
     }
   }

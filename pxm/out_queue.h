@@ -3,7 +3,9 @@
 // what the socket does not take now stays here until the socket is writable again.
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
+#include <unordered_map>
 #include <vector>
 
 namespace pxm {
@@ -12,20 +14,34 @@ class OutQueue {
  public:
   enum class Result { kDrained, kPending, kError };
 
-  void push(std::vector<char> frame);
+  // `sender` is the connection whose frame this is, 0 for the hub's own.
+  void push(std::vector<char> frame, uint64_t sender = 0);
   // Writes as much as the socket takes, several frames per call.
   Result flush(int fd);
 
   // Drops every frame not yet begun; a frame partly written stays, so that the stream
   // remains whole for what is pushed after it.
   void dropUnstarted();
+  // Drops the frames of `sender` not yet begun.
+  void dropFrom(uint64_t sender);
+  // Drops everything, a frame partly written included: the stream is over.
+  void clear();
 
   bool empty() const { return frames_.empty(); }
   // Bytes not yet written.
   size_t bytes() const { return bytes_; }
+  // The sender with the most bytes here, 0 when none.
+  uint64_t topSender() const;
 
  private:
-  std::deque<std::vector<char>> frames_;
+  struct Frame {
+    std::vector<char> bytes;
+    uint64_t sender;
+  };
+  void popped(const Frame& frame);
+
+  std::deque<Frame> frames_;
+  std::unordered_map<uint64_t, size_t> bySender_;
   size_t offset_ = 0;  // bytes of the front frame already written
   size_t bytes_ = 0;
 };

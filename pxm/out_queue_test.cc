@@ -47,5 +47,33 @@ TEST(OutQueueTest, KeepsWhatTheSocketDoesNotTakeAndWritesItInOrderLater) {
   ::close(fds[0]);
 }
 
+// Frames are counted by sender: the one with the most, and its frames dropped but for one
+// already begun, which stays whole in the stream and is counted until it is out.
+TEST(OutQueueTest, CountsBySenderAndDropsOnlyUnstartedFramesOfOne) {
+  int fds[2];
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, fds), 0);
+  OutQueue queue;
+  queue.push(std::vector<char>(400 * 1024, 'a'), 2);
+  queue.push(std::vector<char>(10, 'b'), 1);
+  queue.push(std::vector<char>(20, 'c'), 2);
+  queue.push(std::vector<char>(30, 'd'));
+  EXPECT_EQ(queue.topSender(), 2u);
+  ASSERT_EQ(queue.flush(fds[0]), OutQueue::Result::kPending);  // the first frame in part
+  const size_t left = queue.bytes() - 60;
+  queue.dropFrom(2);
+  EXPECT_EQ(queue.bytes(), left + 40) << "its frame begun stays";
+  EXPECT_EQ(queue.topSender(), 2u);
+  std::vector<char> buf(64 * 1024);
+  for (int i = 0; i < 10000 && !queue.empty(); ++i) {
+    while (::recv(fds[1], buf.data(), buf.size(), 0) > 0) {
+    }
+    queue.flush(fds[0]);
+  }
+  EXPECT_TRUE(queue.empty());
+  EXPECT_EQ(queue.topSender(), 0u);
+  ::close(fds[0]);
+  ::close(fds[1]);
+}
+
 }  // namespace
 }  // namespace pxm

@@ -20,9 +20,8 @@ using pxm::Client;
 using pxm::MessageBlock;
 using pxm::misuse;
 
-constexpr int32_t kAlreadyInitialised = 4;
-
 std::mutex g_mu;
+std::string* g_refusal = new std::string;  // the last pxm_init's refusal, under g_mu
 // Heap-held so that a forked child can abandon its parent's connection without running any
 // of its destructors.
 std::shared_ptr<Client>* g_client = new std::shared_ptr<Client>;
@@ -106,8 +105,16 @@ int32_t pxm_init(int32_t mailbox_count, int32_t alloc_scheme, const void* scheme
   (void)flags;
   (void)g_forkHandlers;
   std::lock_guard<std::mutex> lock(g_mu);
-  if (*g_client) return kAlreadyInitialised;
-  return Client::connect(name_space, g_client);
+  if (*g_client) {
+    g_refusal->clear();
+    return PXM_INIT_ALREADY;
+  }
+  return Client::connect(name_space, g_client, g_refusal);
+}
+
+const char* pxm_init_refusal(void) {
+  std::lock_guard<std::mutex> lock(g_mu);
+  return g_refusal->c_str();
 }
 
 void pxm_exit(void) {

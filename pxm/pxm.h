@@ -19,8 +19,24 @@ union pxm_msg { uint32_t msgno; };          /* a message starts with its number 
 #define PXM_NO_MBOX   0xFFFFFFFFu            /* no such mailbox (the -1 of the tables) */
 #define PXM_MBOX_GONE 0x1901001u             /* the library's own monitor message */
 
+/* Results of pxm_init. The hub refuses a process at connect (5 to 7) with a reason that
+ * pxm_init_refusal() gives in words. */
+#define PXM_INIT_OK 0
+#define PXM_INIT_NO_HUB 1              /* nothing listens for the namespace */
+#define PXM_INIT_BAD_NAMESPACE 2       /* not a valid namespace name */
+#define PXM_INIT_HANDSHAKE 3           /* the hub did not answer the greeting as expected */
+#define PXM_INIT_ALREADY 4             /* pxm_init was called already, without pxm_exit */
+#define PXM_INIT_NOT_ALLOWED 5         /* the caller's user may not reach the hub: neither the
+                                          hub's user nor a member of its group */
+#define PXM_INIT_TOO_MANY_OF_USER 6    /* the caller's user has as many connections as the hub
+                                          allows one user */
+#define PXM_INIT_TOO_MANY 7            /* the hub has as many connections as it allows */
+
 int32_t pxm_init(int32_t mailbox_count, int32_t alloc_scheme, const void *scheme_params,
                  const char *name_space, uint32_t flags);
+/* Why the last pxm_init of the process was refused (results 5 to 7), e.g. "not a member of
+ * group kvn"; empty after any other result. Valid until the next pxm_init. */
+const char *pxm_init_refusal(void);
 void pxm_exit(void);
 pxm_mbox_id_t pxm_create_mailbox(const char *name, uint32_t flags);
 void pxm_delete_mailbox(pxm_mbox_id_t mbox);

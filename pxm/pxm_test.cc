@@ -4,6 +4,7 @@
 #include "pxm/pxm.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -16,7 +17,9 @@
 #include <chrono>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -40,6 +43,7 @@ constexpr uint32_t kGone = 0x5002;
 constexpr uint32_t kQuit = 0x5003;
 constexpr uint32_t kOther = 0x5004;
 constexpr uint32_t kLimitMs = 10000;  // generous bound for anything that must arrive
+constexpr uid_t kNobody = 65534;
 
 // A received message, freed at the end of its scope.
 class Received {
@@ -669,6 +673,142 @@ TEST(PxmHubLimitsTest, OffendersAreCutOffWhileOthersGoOn) {
   sendTo(awaitMailbox("echo"), kQuit);
   EXPECT_EQ(echo.wait(), 0);
   pxm_exit();
+}
+
+// A child process of another user (nobody) and other groups, as root can make one.
+int asUser(gid_t gid, const std::vector<gid_t>& groups, const std::function<int()>& body) {
+  if (::setgroups(groups.size(), groups.data()) != 0 || ::setgid(gid) != 0 ||
+      ::setuid(kNobody) != 0)
+    return 90;
+  return body();
+}
+
+// The refusal of a pxm_init in a child: 0 when the result and the words are as expected.
+int refusedAs(int32_t result, const std::string& words) {
+  if (init() != result) return 1;
+  return words == pxm_init_refusal() ? 0 : 2;
+}
+
+TEST(PxmAccessTest, GroupMembersAreAdmittedAndOthersRefusedInWords) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root, to run children as other users";
+  constexpr gid_t kGroup = 54321;  // a group that no user has
+  TestHub hub(PXMD_PATH, true, {"--group", std::to_string(kGroup)});
+  ASSERT_TRUE(hub.running());
+  struct stat st {};
+  ASSERT_EQ(::stat(hub.runDir().c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 07777, 0750u);
+  EXPECT_EQ(st.st_gid, kGroup);
+  ASSERT_EQ(::stat(hub.socketPath().c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0660u);
+  EXPECT_EQ(st.st_gid, kGroup);
+  // Others may pass through the test's own directory, so that only the hub's decides.
+  const std::string top = hub.runDir().substr(0, hub.runDir().rfind('/'));
+  ASSERT_EQ(::chmod(top.c_str(), 0711), 0);
+
+  auto member = [] {
+    return init() == 0 && pxm_create_mailbox("member", 0) != PXM_NO_MBOX && *pxm_init_refusal() == 0
+               ? 0
+               : 1;
+  };
+  const std::string words = "not a member of group " + std::to_string(kGroup);
+  {
+    SCOPED_TRACE("its group, and a supplementary group");
+    ChildProcess primary([&] { return asUser(kGroup, {}, member); });
+    EXPECT_EQ(primary.wait(), 0);
+    ChildProcess supplementary([&] { return asUser(kNobody, {kGroup}, member); });
+    EXPECT_EQ(supplementary.wait(), 0);
+  }
+  {
+    SCOPED_TRACE("neither: the directory keeps it out");
+    ChildProcess other([&] {
+      return asUser(kNobody, {}, [&] { return refusedAs(PXM_INIT_NOT_ALLOWED, words); });
+    });
+    EXPECT_EQ(other.wait(), 0);
+  }
+  {
+    SCOPED_TRACE("neither, with the way open: the hub refuses it");
+    ASSERT_EQ(::chmod(hub.runDir().c_str(), 0755), 0);
+    ASSERT_EQ(::chmod(hub.socketPath().c_str(), 0666), 0);
+    ChildProcess other([&] {
+      return asUser(kNobody, {}, [&] { return refusedAs(PXM_INIT_NOT_ALLOWED, words); });
+    });
+    EXPECT_EQ(other.wait(), 0);
+  }
+}
+
+// A process that reads, but more slowly than one sender feeds it, is not the one cut off: the
+// sender is.
+TEST(PxmHubLimitsTest, SenderFasterThanItsReaderIsCutOffNotTheReader) {
+  TestHub hub(PXMD_PATH);
+  ASSERT_TRUE(hub.running());
+  ASSERT_EQ(init(), 0);
+  ASSERT_NE(pxm_create_mailbox("slow", 0), PXM_NO_MBOX);
+  ChildProcess flooder([] {
+    if (init() != 0 || pxm_create_mailbox("flooder", 0) == PXM_NO_MBOX) return 1;
+    const pxm_mbox_id_t to = awaitMailbox("slow");
+    const auto end = Clock::now() + std::chrono::seconds(10);
+    while (Clock::now() < end) sendTo(to, kData, 0, 64 * 1024);
+    return 0;
+  });
+  const pxm_mbox_id_t box = awaitMailbox("flooder");
+  ASSERT_NE(box, PXM_NO_MBOX);
+  ASSERT_NE(pxm_monitor(box, nullptr), 0u);
+  bool gone = false;
+  for (int i = 0; i < 5000 && !gone; ++i) {
+    Received got(pxm_receive(nullptr, kLimitMs, PXM_FROM_ALL));
+    ASSERT_TRUE(got);
+    gone = got.msgno() == PXM_MBOX_GONE;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  ASSERT_TRUE(gone) << "the flooder was cut off";
+  sendTo(pxm_locate("slow"), kOther);
+  EXPECT_TRUE(Received(receiveOne(kOther))) << "the reader goes on";
+  pxm_exit();
+}
+
+// Connections beyond a limit are refused with the reason; one that says nothing, or stops in
+// the middle of a frame, is closed in time.
+TEST(PxmHubLimitsTest, ConnectionAndTimeLimits) {
+  // A greeted raw connection. The start-up check of the test's hub connects once too, and
+  // may count for a moment.
+  auto attach = [](const TestHub& hub) {
+    for (int i = 0; i < 200; ++i) {
+      auto c = std::make_unique<RawClient>(hub.socketPath());
+      c->frame(kHello, {1, kProtocolVersion, 0});
+      if (c->replyValue() == kProtocolVersion) return c;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return std::unique_ptr<RawClient>();
+  };
+  {
+    TestHub hub(PXMD_PATH, true, {"--max-connections-per-user", "2"});
+    ASSERT_TRUE(hub.running());
+    auto first = attach(hub), second = attach(hub);
+    ASSERT_TRUE(first && second);
+    EXPECT_EQ(
+        refusedAs(PXM_INIT_TOO_MANY_OF_USER,
+                  "too many connections of uid " + std::to_string(::geteuid()) + " (at most 2)"),
+        0);
+  }
+  {
+    TestHub hub(PXMD_PATH, true, {"--max-connections", "1"});
+    ASSERT_TRUE(hub.running());
+    auto only = attach(hub);
+    ASSERT_TRUE(only);
+    EXPECT_EQ(refusedAs(PXM_INIT_TOO_MANY, "too many connections (at most 1)"), 0);
+  }
+  TestHub hub(PXMD_PATH, true, {"--hello-timeout", "0.2", "--frame-timeout", "0.3"});
+  ASSERT_TRUE(hub.running());
+  RawClient silent(hub.socketPath());
+  auto stalled = attach(hub);
+  ASSERT_TRUE(stalled);
+  const FrameHeader header{1000, kCreate, 0};
+  stalled->write(&header, sizeof header);
+  stalled->write("part", 4);
+  const auto start = Clock::now();
+  EXPECT_TRUE(silent.cutOff()) << "no hello";
+  EXPECT_TRUE(stalled->cutOff()) << "a frame begun and then nothing";
+  EXPECT_LT(Clock::now() - start, std::chrono::seconds(3));
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 
 namespace pxm {
 
+const char* const RunDir::kDefaultDir = PXM_DEFAULT_RUNDIR;
+
 std::string RunDir::directory() {
   const char* env = std::getenv("PXM_RUNDIR");
   return env && *env ? std::string(env) : std::string(kDefaultDir);

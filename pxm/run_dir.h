@@ -1,5 +1,6 @@
 #pragma once
-// Where a namespace's hub listens: $PXM_RUNDIR (default /tmp/pxm) holds one socket per
+// Where a namespace's hub listens: $PXM_RUNDIR (default PXM_DEFAULT_RUNDIR, a setting of the
+// build: /tmp/pxm, or /run/pxm on a node where a service manager makes it) holds one socket per
 // namespace, "<namespace>.hub", and the hub's lock file beside it. Both ends work the path
 // out the same way from here.
 
@@ -9,7 +10,7 @@ namespace pxm {
 
 class RunDir {
  public:
-  static constexpr const char* kDefaultDir = "/tmp/pxm";
+  static const char* const kDefaultDir;
   static constexpr const char* kDefaultNamespace = "default";
 
   // $PXM_RUNDIR when set and not empty, else the default.
