@@ -39,16 +39,16 @@
 #include <thread>
 #include <vector>
 
-#include "pxm/child_process.h"
 #include "pxm/frame.h"
 #include "pxm/pxm.h"
-#include "pxm/test_hub.h"
+#include "tests/e2e/process.h"
+#include "tests/e2e/pxm_hub.h"
 
 namespace {
 
 using pxm::FrameHeader;
-using pxm::testing::ChildProcess;
-using pxm::testing::TestHub;
+using kvn::e2e::OwnHub;
+using kvn::e2e::Process;
 using Clock = std::chrono::steady_clock;
 
 constexpr uint32_t kPing = 0x7000;
@@ -265,7 +265,7 @@ struct Options {
 
 class Attacks {
  public:
-  Attacks(const Options& options, TestHub& hub, pid_t hubPid, const std::string& logPath,
+  Attacks(const Options& options, OwnHub& hub, pid_t hubPid, const std::string& logPath,
           Prober& prober)
       : o_(options), hub_(hub), hubPid_(hubPid), logPath_(logPath), prober_(prober) {}
 
@@ -351,7 +351,7 @@ class Attacks {
   }
 
   const Options& o_;
-  TestHub& hub_;
+  OwnHub& hub_;
   const pid_t hubPid_;
   const std::string logPath_;
   Prober& prober_;
@@ -410,15 +410,14 @@ void runAll(const Options& o, const std::string& pxmd, const std::string& logPat
   const size_t silent = o.shortForm ? 20 : 100;
 
   // Connection limits out of the way, so that the memory bounds are what is measured.
-  TestHub hub(pxmd, true,
-              {"--memory-budget", std::to_string(o.budget), "--max-connections", "4000",
+  OwnHub hub({"--memory-budget", std::to_string(o.budget), "--max-connections", "4000",
                "--max-connections-per-user", "4000", "--frame-timeout", o.shortForm ? "1" : "10"});
   if (!hub.running()) {
     miss("the hub did not start");
     return;
   }
   const pid_t hubPid = peerPid(hub.socketPath());
-  ChildProcess echoer(echo);
+  Process echoer(hub.dir(), "echoer", echo);
   if (pxm_init(2, 0, nullptr, nullptr, 0) != 0) {
     miss("the prober cannot reach the hub");
     return;
@@ -429,7 +428,7 @@ void runAll(const Options& o, const std::string& pxmd, const std::string& logPat
       miss("the prober found no echo");
       return;
     }
-    Attacks attacks(o, hub, hubPid, logPath, prober);
+    Attacks attacks(o, hub, hubPid, hub.dir().file("pxmd.err"), prober);
     attacks.baseline();
     const std::string path = hub.socketPath();
 
@@ -451,13 +450,13 @@ void runAll(const Options& o, const std::string& pxmd, const std::string& logPat
                   mb(rssOf(hubPid)));
       // A process that comes now still reaches the hub.
       const auto start = Clock::now();
-      ChildProcess late([] {
+      Process late(hub.dir(), "late", [] {
         return pxm_init(2, 0, nullptr, nullptr, 0) == 0 &&
                        pxm_create_mailbox("late", 0) != PXM_NO_MBOX
                    ? 0
                    : 1;
       });
-      const int joined = late.wait();
+      const int joined = late.wait().value_or(-1);
       std::printf("  a new process %s the hub in %.1f ms\n",
                   joined == 0 ? "joined" : "did not join",
                   std::chrono::duration<double, std::milli>(Clock::now() - start).count());
@@ -543,7 +542,7 @@ void runAll(const Options& o, const std::string& pxmd, const std::string& logPat
   pxm_exit();
 
   // Against the default connection limits.
-  TestHub limited(pxmd, true, {});
+  OwnHub limited;
   if (!limited.running()) {
     miss("the second hub did not start");
     return;

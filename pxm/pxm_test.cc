@@ -692,7 +692,7 @@ int refusedAs(int32_t result, const std::string& words) {
 TEST(PxmAccessTest, GroupMembersAreAdmittedAndOthersRefusedInWords) {
   if (::geteuid() != 0) GTEST_SKIP() << "needs root, to run children as other users";
   constexpr gid_t kGroup = 54321;  // a group that no user has
-  TestHub hub(PXMD_PATH, true, {"--group", std::to_string(kGroup)});
+  OwnHub hub({"--group", std::to_string(kGroup)});
   ASSERT_TRUE(hub.running());
   struct stat st {};
   ASSERT_EQ(::stat(hub.runDir().c_str(), &st), 0);
@@ -713,14 +713,14 @@ TEST(PxmAccessTest, GroupMembersAreAdmittedAndOthersRefusedInWords) {
   const std::string words = "not a member of group " + std::to_string(kGroup);
   {
     SCOPED_TRACE("its group, and a supplementary group");
-    ChildProcess primary([&] { return asUser(kGroup, {}, member); });
+    Process primary(hub.dir(), "primary", [&] { return asUser(kGroup, {}, member); });
     EXPECT_EQ(primary.wait(), 0);
-    ChildProcess supplementary([&] { return asUser(kNobody, {kGroup}, member); });
+    Process supplementary(hub.dir(), "supplementary", [&] { return asUser(kNobody, {kGroup}, member); });
     EXPECT_EQ(supplementary.wait(), 0);
   }
   {
     SCOPED_TRACE("neither: the directory keeps it out");
-    ChildProcess other([&] {
+    Process other(hub.dir(), "other", [&] {
       return asUser(kNobody, {}, [&] { return refusedAs(PXM_INIT_NOT_ALLOWED, words); });
     });
     EXPECT_EQ(other.wait(), 0);
@@ -729,7 +729,7 @@ TEST(PxmAccessTest, GroupMembersAreAdmittedAndOthersRefusedInWords) {
     SCOPED_TRACE("neither, with the way open: the hub refuses it");
     ASSERT_EQ(::chmod(hub.runDir().c_str(), 0755), 0);
     ASSERT_EQ(::chmod(hub.socketPath().c_str(), 0666), 0);
-    ChildProcess other([&] {
+    Process other(hub.dir(), "other", [&] {
       return asUser(kNobody, {}, [&] { return refusedAs(PXM_INIT_NOT_ALLOWED, words); });
     });
     EXPECT_EQ(other.wait(), 0);
@@ -739,11 +739,11 @@ TEST(PxmAccessTest, GroupMembersAreAdmittedAndOthersRefusedInWords) {
 // A process that reads, but more slowly than one sender feeds it, is not the one cut off: the
 // sender is.
 TEST(PxmHubLimitsTest, SenderFasterThanItsReaderIsCutOffNotTheReader) {
-  TestHub hub(PXMD_PATH);
+  OwnHub hub;
   ASSERT_TRUE(hub.running());
   ASSERT_EQ(init(), 0);
   ASSERT_NE(pxm_create_mailbox("slow", 0), PXM_NO_MBOX);
-  ChildProcess flooder([] {
+  Process flooder(hub.dir(), "flooder", [] {
     if (init() != 0 || pxm_create_mailbox("flooder", 0) == PXM_NO_MBOX) return 1;
     const pxm_mbox_id_t to = awaitMailbox("slow");
     const auto end = Clock::now() + std::chrono::seconds(10);
@@ -771,17 +771,17 @@ TEST(PxmHubLimitsTest, SenderFasterThanItsReaderIsCutOffNotTheReader) {
 TEST(PxmHubLimitsTest, ConnectionAndTimeLimits) {
   // A greeted raw connection. The start-up check of the test's hub connects once too, and
   // may count for a moment.
-  auto attach = [](const TestHub& hub) {
+  auto attach = [](const OwnHub& hub) {
     for (int i = 0; i < 200; ++i) {
-      auto c = std::make_unique<RawClient>(hub.socketPath());
+      auto c = std::make_unique<RawHubClient>(hub.socketPath());
       c->frame(kHello, {1, kProtocolVersion, 0});
       if (c->replyValue() == kProtocolVersion) return c;
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    return std::unique_ptr<RawClient>();
+    return std::unique_ptr<RawHubClient>();
   };
   {
-    TestHub hub(PXMD_PATH, true, {"--max-connections-per-user", "2"});
+    OwnHub hub({"--max-connections-per-user", "2"});
     ASSERT_TRUE(hub.running());
     auto first = attach(hub), second = attach(hub);
     ASSERT_TRUE(first && second);
@@ -791,15 +791,15 @@ TEST(PxmHubLimitsTest, ConnectionAndTimeLimits) {
         0);
   }
   {
-    TestHub hub(PXMD_PATH, true, {"--max-connections", "1"});
+    OwnHub hub({"--max-connections", "1"});
     ASSERT_TRUE(hub.running());
     auto only = attach(hub);
     ASSERT_TRUE(only);
     EXPECT_EQ(refusedAs(PXM_INIT_TOO_MANY, "too many connections (at most 1)"), 0);
   }
-  TestHub hub(PXMD_PATH, true, {"--hello-timeout", "0.2", "--frame-timeout", "0.3"});
+  OwnHub hub({"--hello-timeout", "0.2", "--frame-timeout", "0.3"});
   ASSERT_TRUE(hub.running());
-  RawClient silent(hub.socketPath());
+  RawHubClient silent(hub.socketPath());
   auto stalled = attach(hub);
   ASSERT_TRUE(stalled);
   const FrameHeader header{1000, kCreate, 0};
