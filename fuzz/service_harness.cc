@@ -13,9 +13,9 @@
 #include "service/agents/info_cmd_parser.h"
 #include "service/tracecontrol/log_cmd_parser.h"
 #include "service/tracecontrol/profile_cmd_parser.h"
-#include "util/cmd_session_factory.h"
-#include "util/routine_proxy.h"
-#include "util/zorf_cmd_parser.h"
+#include "service/zorf_cmd_parser.h"
+#include "util/cmd/cmd_session_factory.h"
+#include "util/mainloop/routine_proxy.h"
 
 namespace kvn::fuzz {
 

@@ -13,11 +13,11 @@
 #include <vector>
 
 #include "service/tracecontrol/trace_control_connect_hooks.h"
-#include "util/pxm_mainloop.h"
-#include "util/routine_table.h"
-#include "util/routine_table_log.h"
+#include "util/mainloop/pxm_mainloop.h"
+#include "util/mainloop/routine_table.h"
+#include "util/mainloop/routine_table_log.h"
+#include "util/mainloop/timer_queue.h"
 #include "util/testing/fake_pxm.h"
-#include "util/timer_queue.h"
 
 namespace kvn::fuzz {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "util/routine_table_log.h"
+#include "util/mainloop/routine_table_log.h"
 
 // The routine table's log in this service: formats and keeps the text, goes nowhere.
 class TraceControllerRoutineTableLog : public kvn::RoutineTableLog {

@@ -6,12 +6,12 @@
 #include <memory>
 
 #include "tracing/log_capture.h"
-#include "util/pxm_mainloop.h"
-#include "util/routine.h"
-#include "util/routine_table.h"
-#include "util/routine_table_log.h"
+#include "util/mainloop/pxm_mainloop.h"
+#include "util/mainloop/routine.h"
+#include "util/mainloop/routine_table.h"
+#include "util/mainloop/routine_table_log.h"
+#include "util/mainloop/timer_queue.h"
 #include "util/testing/fake_pxm.h"
-#include "util/timer_queue.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include "service/agents/daxo_trace_model.h"
 #include "service/signals/signal_byte_order.h"
 #include "tracing/log.h"
-#include "util/kvn_obs_sub_message_with_sub_msg_no.h"
-#include "util/pxm_mainloop.h"
-#include "util/routine_table.h"
+#include "util/mainloop/kvn_obs_sub_message_with_sub_msg_no.h"
+#include "util/mainloop/pxm_mainloop.h"
+#include "util/mainloop/routine_table.h"
 
 namespace kvn {
 

@@ -11,8 +11,8 @@
 #include <unordered_map>
 
 #include "pxm/pxm.h"
-#include "util/event.h"
-#include "util/routine.h"
+#include "util/mainloop/event.h"
+#include "util/mainloop/routine.h"
 
 class PxmMainloop;
 

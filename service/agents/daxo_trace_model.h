@@ -10,7 +10,7 @@
 
 #include "pxm/pxm.h"
 #include "service/agents/daxo_record.h"
-#include "util/event_id.h"
+#include "util/mainloop/event_id.h"
 
 namespace kvn {
 

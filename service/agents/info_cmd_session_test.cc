@@ -4,7 +4,7 @@
 
 #include "service/agents/daxo_trace_model.h"
 #include "service/agents/info_cmd_parser.h"
-#include "util/output_cmd_session.h"
+#include "util/cmd/output_cmd_session.h"
 
 namespace kvn {
 namespace {

@@ -8,7 +8,7 @@
 #include <map>
 #include <stdexcept>
 
-#include "util/argparse_errors.h"
+#include "util/argparse/argparse_errors.h"
 
 namespace kvn {
 

@@ -10,8 +10,8 @@
 #include <queue>
 #include <utility>
 
-#include "util/bfn.h"
-#include "util/template_proxy.h"
+#include "util/clock/bfn.h"
+#include "util/proxy/template_proxy.h"
 
 namespace kvn {
 

@@ -5,7 +5,7 @@
 
 #include "service/agents/daxo_trace_model.h"
 #include "service/measurements/cm_pool_usage_text.h"
-#include "util/template_proxy.h"
+#include "util/proxy/template_proxy.h"
 
 namespace kvn {
 

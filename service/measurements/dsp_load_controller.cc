@@ -2,7 +2,7 @@
 
 #include "service/agents/daxo_trace_model.h"
 #include "tracing/log.h"
-#include "util/kvn_obs_sub_message_with_sub_msg_no.h"
+#include "util/mainloop/kvn_obs_sub_message_with_sub_msg_no.h"
 
 namespace kvn {
 

@@ -12,7 +12,7 @@
 
 #include "service/agents/daxo_trace_model.h"
 #include "service/tracecontrol/log_test_fixture.h"
-#include "util/cmd_parser.h"
+#include "util/cmd/cmd_parser.h"
 
 namespace kvn::testing {
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "service/signals/signal_proxies.h"
-#include "util/cmd_layer_test_base.h"
-#include "util/event.h"
+#include "util/mainloop/event.h"
+#include "util/testing/cmd_layer_test_base.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "service/signals/signal_byte_order.h"
-#include "util/kvn_obs_sub_message_with_sub_msg_no.h"
+#include "util/mainloop/kvn_obs_sub_message_with_sub_msg_no.h"
 
 #pragma pack(push, 1)
 

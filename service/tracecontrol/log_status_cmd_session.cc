@@ -12,7 +12,7 @@
 #include "service/tracecontrol/trace_state_serializer.h"
 #include "service/tracecontrol/utrace_controller.h"
 #include "tracing/log.h"
-#include "util/print_stream.h"
+#include "util/cmd/print_stream.h"
 
 namespace kvn {
 

@@ -18,13 +18,13 @@
 #include "service/agents/daxo_trace_model.h"
 #include "service/tracecontrol/log_status_cmd_session.h"
 #include "service/tracecontrol/trace_group_table.h"
-#include "util/pxm_mainloop.h"
-#include "util/routine_table.h"
-#include "util/routine_table_log.h"
-#include "util/tavi_command_proxy.h"
-#include "util/tavi_protocol.h"
+#include "util/cmd/tavi_command_proxy.h"
+#include "util/cmd/tavi_protocol.h"
+#include "util/mainloop/pxm_mainloop.h"
+#include "util/mainloop/routine_table.h"
+#include "util/mainloop/routine_table_log.h"
+#include "util/mainloop/timer_queue.h"
 #include "util/testing/fake_pxm.h"
-#include "util/timer_queue.h"
 
 namespace {
 

@@ -15,7 +15,7 @@
 #include "service/signals/signal_proxies.h"
 #include "service/tracecontrol/profile_mask_engine.h"
 #include "service/tracecontrol/trace_object_mask.h"
-#include "util/callback_utils.h"
+#include "util/mainloop/callback_utils.h"
 
 namespace kvn {
 

@@ -14,7 +14,7 @@
 
 #include "service/signals/signal_proxies.h"
 #include "service/tracecontrol/utrace_change.h"
-#include "util/callback_utils.h"
+#include "util/mainloop/callback_utils.h"
 
 namespace kvn {
 

@@ -21,7 +21,7 @@
 #include <string>
 #include <vector>
 
-#include "util/hkm_pxm_interface.h"
+#include "util/mailbox/hkm_pxm_interface.h"
 
 class PxmMainloop;
 
