@@ -4,14 +4,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/big_endian.h"
 #include "daxo-sim/connect_message.h"
 #include "daxo-sim/signal_catalog.h"
 
 namespace kvn::daxosim {
-
-namespace {
-uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
-}  // namespace
 
 RequestRouter::RequestRouter(const HandlerRegistry& handlers, Journal& journal,
                              ReplyPath::Transport transport)
@@ -30,9 +27,9 @@ void RequestRouter::route(uint32_t senderMailbox, const uint8_t* message, size_t
   }
   AgentHandler::Request req;
   req.senderMailbox = senderMailbox;
-  req.dstRoutineId = be16(message + 4);
-  req.srcRoutineId = be16(message + 6);
-  req.submsgno = be16(message + 8);
+  req.dstRoutineId = loadBe16(message + 4);
+  req.srcRoutineId = loadBe16(message + 6);
+  req.submsgno = loadBe16(message + 8);
   req.implementsCode = handlers_.codeOf(req.dstRoutineId);
   req.body = message + ConnectMessage::kHeaderSize;
   req.bodySize = size - ConnectMessage::kHeaderSize;

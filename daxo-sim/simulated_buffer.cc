@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/big_endian.h"
+
 namespace kvn::daxosim {
 
 void SimulatedBuffer::reset() {
@@ -15,9 +17,7 @@ void SimulatedBuffer::reset() {
 void SimulatedBuffer::appendData(const Block& block, uint32_t offset, uint32_t length,
                                  std::vector<uint8_t>& out) {
   for (uint64_t i = block.firstWord + offset; i < block.firstWord + offset + length; ++i) {
-    const uint16_t w = word(block.source, i);
-    out.push_back(static_cast<uint8_t>(w >> 8));
-    out.push_back(static_cast<uint8_t>(w));
+    appendBe16(out, word(block.source, i));
   }
 }
 

@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/big_endian.h"
 #include "daxo-sim/udp_stream.h"
 #include "diag-sim/diag_message.h"
 #include "pxm/pxm.h"
@@ -15,7 +16,6 @@ namespace kvn::diagsim {
 
 namespace {
 constexpr uint32_t kReceiveTimeoutMs = 200;  // how long a stop request may wait
-uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
 }  // namespace
 
 DiagSimulator::DiagSimulator(Options options, daxosim::Journal& journal)
@@ -157,7 +157,8 @@ void DiagSimulator::handleRoutineMessage(uint32_t sender, const uint8_t* bytes, 
     journal_.write(entry);
     return;
   }
-  const uint16_t dst = be16(bytes + 4), src = be16(bytes + 6), submsgno = be16(bytes + 8);
+  const uint16_t dst = loadBe16(bytes + 4), src = loadBe16(bytes + 6),
+                 submsgno = loadBe16(bytes + 8);
   const uint8_t* body = bytes + DiagMessage::kHeaderSize;
   const size_t bodySize = size - DiagMessage::kHeaderSize;
   entry["dst"] = dst;
@@ -214,8 +215,8 @@ void DiagSimulator::sendDue() {
     send(h.message, h.to);
     nlohmann::json entry;
     entry["event"] = "reply_sent";
-    entry["to"] = be16(h.message.data() + 4);
-    entry["submsgno"] = be16(h.message.data() + 8);
+    entry["to"] = loadBe16(h.message.data() + 4);
+    entry["submsgno"] = loadBe16(h.message.data() + 8);
     journal_.write(entry);
   }
 }

@@ -27,7 +27,7 @@ void CommandRunner::sendConfirm(MailboxId to, uint16_t printRoutine, uint16_t ro
                                 uint16_t sequence) {
   uint8_t msg[kConfirmSize];
   WireHeader{printRoutine, routine, kText}.encode(msg);
-  putBe16(msg + 12, sequence);
+  storeBe16(msg + 12, sequence);
   mailbox_.send(to, msg, sizeof msg);
 }
 

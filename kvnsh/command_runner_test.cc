@@ -25,7 +25,7 @@ struct Sent {
   MailboxId to;
   WireHeader header;
   std::vector<uint8_t> bytes;
-  uint16_t body16() const { return getBe16(&bytes[12]); }
+  uint16_t body16() const { return loadBe16(&bytes[12]); }
 };
 
 // Plays the service: the test queues its messages; sends are recorded. When the queue is empty,
@@ -68,9 +68,9 @@ class FakeMailbox : public Mailbox {
   void text(uint16_t from, const std::string& t, uint16_t seq = 0, uint16_t stream = 0,
             uint16_t to = kMe) {
     std::vector<uint8_t> body(6);
-    putBe16(&body[0], seq);
-    putBe16(&body[2], stream);
-    putBe16(&body[4], static_cast<uint16_t>(t.size()));
+    storeBe16(&body[0], seq);
+    storeBe16(&body[2], stream);
+    storeBe16(&body[4], static_cast<uint16_t>(t.size()));
     body.insert(body.end(), t.begin(), t.end());
     body.resize(body.size() + 20);  // the service allocates 20 bytes more
     push(to, from, kText, body);
@@ -78,8 +78,8 @@ class FakeMailbox : public Mailbox {
   void end(uint8_t result) { push(kMe, 500, kEnded, {result, 0}); }
   void refuse(uint32_t reason) {
     std::vector<uint8_t> body(8);
-    putBe32(&body[0], 1);
-    putBe32(&body[4], reason);
+    storeBe32(&body[0], 1);
+    storeBe32(&body[4], reason);
     push(kMe, 501, kRefused, body);
   }
   void gone() {

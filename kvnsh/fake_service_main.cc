@@ -78,9 +78,9 @@ class FakeService {
   }
   void text(const Chunk& c) {
     std::vector<uint8_t> body(6);
-    putBe16(&body[0], c.sequence);
-    putBe16(&body[2], c.stream);
-    putBe16(&body[4], static_cast<uint16_t>(c.text.size()));
+    storeBe16(&body[0], c.sequence);
+    storeBe16(&body[2], c.stream);
+    storeBe16(&body[4], static_cast<uint16_t>(c.text.size()));
     body.insert(body.end(), c.text.begin(), c.text.end());
     body.resize(body.size() + 20);
     send(shellRoutine_, static_cast<uint16_t>(400 + printed_++ % 200), kText, body);
@@ -92,8 +92,8 @@ class FakeService {
   }
   void refuse(uint32_t reason) {
     std::vector<uint8_t> body(8);
-    putBe32(&body[0], kProtocolVersion);
-    putBe32(&body[4], reason);
+    storeBe32(&body[0], kProtocolVersion);
+    storeBe32(&body[4], reason);
     send(shellRoutine_, kTempRoutine, kRefused, body);
     journal("refused reason=%u", reason);
   }
@@ -116,9 +116,9 @@ class FakeService {
     shell_ = from;
     shellRoutine_ = h.src;
     std::vector<std::string> words;
-    const uint32_t version = getBe32(msg + 12);
+    const uint32_t version = loadBe32(msg + 12);
     const unsigned argc = msg[16];
-    const size_t len = getBe16(msg + 18);
+    const size_t len = loadBe16(msg + 18);
     for (size_t off = 0; off < len && 20 + off < size;) {
       const char* w = reinterpret_cast<const char*>(msg + 20 + off);
       const size_t n = strnlen(w, len - off);
@@ -151,7 +151,7 @@ class FakeService {
   }
 
   void confirm(const WireHeader& h, const uint8_t* msg, size_t size) {
-    journal("confirm routine=%u seq=%u size=%zu", h.dst, size >= 14 ? getBe16(msg + 12) : 0, size);
+    journal("confirm routine=%u seq=%u size=%zu", h.dst, size >= 14 ? loadBe16(msg + 12) : 0, size);
     next();
   }
 

@@ -6,6 +6,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "base/big_endian.h"
+
 namespace kvnsh {
 
 inline constexpr uint32_t kRoutineSignal = 0x170802D;
@@ -44,9 +46,9 @@ struct WireHeader {
 };
 
 // Big-endian fields of a message body.
-uint16_t getBe16(const uint8_t* p);
-uint32_t getBe32(const uint8_t* p);
-void putBe16(uint8_t* p, uint16_t v);
-void putBe32(uint8_t* p, uint32_t v);
+using kvn::loadBe16;
+using kvn::loadBe32;
+using kvn::storeBe16;
+using kvn::storeBe32;
 
 }  // namespace kvnsh

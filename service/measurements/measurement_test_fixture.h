@@ -76,15 +76,6 @@ class MeasurementTestFixture : public LogTestFixture {
     LogTestFixture::run();
     return answer();
   }
-
-  static void be16(std::vector<uint8_t>& b, uint16_t v) {
-    b.push_back(static_cast<uint8_t>(v >> 8));
-    b.push_back(static_cast<uint8_t>(v));
-  }
-  static void be32(std::vector<uint8_t>& b, uint32_t v) {
-    be16(b, static_cast<uint16_t>(v >> 16));
-    be16(b, static_cast<uint16_t>(v));
-  }
 };
 
 }  // namespace kvn::testing

@@ -1,9 +1,10 @@
 #pragma once
-// Big-endian loads and stores of the container and table formats, safe at any alignment.
+// Big-endian loads and stores, safe at any alignment: the byte order of every wire record and
+// file format in the tree (signal bodies, the shell's records, containers and tables).
 
 #include <cstdint>
 
-namespace kvn::lmc {
+namespace kvn {
 
 inline uint16_t loadBe16(const void* p) {
   const auto* b = static_cast<const uint8_t*>(p);
@@ -29,4 +30,18 @@ inline void storeBe32(void* p, uint32_t v) {
   b[3] = static_cast<uint8_t>(v);
 }
 
-}  // namespace kvn::lmc
+// Appends to a growing byte string (std::string, std::vector<uint8_t>).
+template <typename Bytes>
+void appendBe16(Bytes& out, uint16_t v) {
+  using Byte = typename Bytes::value_type;
+  out.push_back(static_cast<Byte>(v >> 8));
+  out.push_back(static_cast<Byte>(v));
+}
+
+template <typename Bytes>
+void appendBe32(Bytes& out, uint32_t v) {
+  appendBe16(out, static_cast<uint16_t>(v >> 16));
+  appendBe16(out, static_cast<uint16_t>(v));
+}
+
+}  // namespace kvn
