@@ -45,7 +45,7 @@ std::vector<uint8_t> CommandRequest::encode(const std::vector<std::string>& word
   const size_t len = argsLength(words);
   assert(!words.empty() && words.size() <= kMaxWords && len <= kMaxArgsLength);
   std::vector<uint8_t> msg(kRequestHeadSize + len, 0);
-  WireHeader{kFactoryRoutine, src, kRequest}.encode(msg.data());
+  WireHeader{kFactoryRoutine, src, kCommandReq}.encode(msg.data());
   storeBe32(&msg[12], kProtocolVersion);
   msg[16] = static_cast<uint8_t>(words.size());
   storeBe16(&msg[18], static_cast<uint16_t>(len));

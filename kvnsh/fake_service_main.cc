@@ -49,9 +49,9 @@ class FakeService {
         journal("unexpected message of %zu bytes", m.size);
         continue;
       }
-      if (h.dst == kFactoryRoutine && h.submsgno == kRequest)
+      if (h.dst == kFactoryRoutine && h.submsgno == kCommandReq)
         request(m.sender, h, m.data, m.size);
-      else if (h.submsgno == kAbort)
+      else if (h.submsgno == kAbortInd)
         abort(h, m.size);
       else if (h.dst >= 400 && h.dst < 600)
         confirm(h, m.data, m.size);
@@ -83,10 +83,10 @@ class FakeService {
     storeBe16(&body[4], static_cast<uint16_t>(c.text.size()));
     body.insert(body.end(), c.text.begin(), c.text.end());
     body.resize(body.size() + 20);
-    send(shellRoutine_, static_cast<uint16_t>(400 + printed_++ % 200), kText, body);
+    send(shellRoutine_, static_cast<uint16_t>(400 + printed_++ % 200), kPrintInd, body);
   }
   void end(uint8_t result) {
-    send(shellRoutine_, kTempRoutine, kEnded, {result, 0});
+    send(shellRoutine_, kTempRoutine, kCommandEnded, {result, 0});
     journal("end result=%u", result);
     ended_ = true;
   }
@@ -94,7 +94,7 @@ class FakeService {
     std::vector<uint8_t> body(8);
     storeBe32(&body[0], kProtocolVersion);
     storeBe32(&body[4], reason);
-    send(shellRoutine_, kTempRoutine, kRefused, body);
+    send(shellRoutine_, kTempRoutine, kCommandRefused, body);
     journal("refused reason=%u", reason);
   }
   // Sends the next waiting chunk, or what follows the last one.
@@ -139,7 +139,7 @@ class FakeService {
     if (!known) return refuse(2);
 
     life_ = static_cast<uint16_t>(300 + commands_++);
-    send(shellRoutine_, life_, kAccepted);
+    send(shellRoutine_, life_, kCommandAccepted);
     if (scenario_ == "end") return end(static_cast<uint8_t>(arg));
     if (scenario_ == "chunks") pending_ = {{"one\n", 0, 0}, {"two\n", 0, 0}, {"three\n", 0, 0}};
     if (scenario_ == "dump")

@@ -8,7 +8,7 @@ bool WireHeader::decode(const uint8_t* msg, size_t size, WireHeader* out) {
   if (size < kHeaderSize) return false;
   uint32_t signal;
   memcpy(&signal, msg, sizeof signal);
-  if (signal != kRoutineSignal) return false;
+  if (signal != kKvnObsSignalNo) return false;
   out->dst = loadBe16(msg + 4);
   out->src = loadBe16(msg + 6);
   out->submsgno = loadBe16(msg + 8);
@@ -16,7 +16,7 @@ bool WireHeader::decode(const uint8_t* msg, size_t size, WireHeader* out) {
 }
 
 void WireHeader::encode(uint8_t* msg) const {
-  const uint32_t signal = kRoutineSignal;
+  const uint32_t signal = kKvnObsSignalNo;
   memcpy(msg, &signal, sizeof signal);
   storeBe16(msg + 4, dst);
   storeBe16(msg + 6, src);

@@ -2,10 +2,10 @@
 
 #include <utility>
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "service/agents/daxo_trace_model.h"
 #include "service/signals/signal_byte_order.h"
 #include "tracing/log.h"
-#include "util/mainloop/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "util/mainloop/pxm_mainloop.h"
 #include "util/mainloop/routine_table.h"
 

@@ -4,11 +4,11 @@
 
 #include <memory>
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "service/signals/diag_handler_signals.h"
 #include "service/signals/signal_proxies.h"
 #include "service/trace_controller_context.h"
 #include "tracing/log.h"
-#include "util/mainloop/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "util/mainloop/routine_table.h"
 
 namespace kvn {

@@ -1,11 +1,11 @@
 #include "service/datapath/super_trace.h"
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "service/agents/daxo_trace_model.h"
 #include "service/agents/forwarder_kind.h"
 #include "service/datapath/super_trace_run.h"
 #include "service/signals/signal_proxies.h"
 #include "tracing/log.h"
-#include "util/mainloop/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "util/mainloop/routine_table.h"
 
 namespace kvn {

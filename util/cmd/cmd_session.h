@@ -9,8 +9,8 @@
 #include <memory>
 #include <string>
 
+#include "tavi/tavi_protocol.h"
 #include "util/cmd/tavi_command_proxy.h"
-#include "util/cmd/tavi_protocol.h"
 #include "util/mainloop/callback_utils.h"
 #include "util/mainloop/routine.h"
 

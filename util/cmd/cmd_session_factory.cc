@@ -5,9 +5,9 @@
 
 #include <utility>
 
+#include "tavi/tavi_protocol.h"
 #include "tracing/log.h"
 #include "util/cmd/output_cmd_session.h"
-#include "util/cmd/tavi_protocol.h"
 
 namespace kvn {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "util/cmd/tavi_protocol.h"
+#include "tavi/tavi_protocol.h"
 
 namespace kvn {
 

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "util/cmd/tavi_protocol.h"
+#include "tavi/tavi_protocol.h"
 
 namespace kvn {
 namespace {

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "pxm/pxm.h"
+#include "tavi/tavi_protocol.h"
 #include "util/cmd/tavi_command_proxy_life_routine.h"
 #include "util/cmd/tavi_command_proxy_print_routine.h"
-#include "util/cmd/tavi_protocol.h"
 #include "util/mainloop/routine_table.h"
 
 namespace kvn {

@@ -6,7 +6,7 @@
 
 #include <functional>
 
-#include "util/cmd/tavi_protocol.h"
+#include "tavi/tavi_protocol.h"
 #include "util/mainloop/routine.h"
 
 namespace kvn {

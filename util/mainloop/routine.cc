@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "tracing/log.h"
-#include "util/mainloop/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "util/mainloop/routine_table.h"
 
 namespace kvn {

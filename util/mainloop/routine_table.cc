@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "util/mainloop/kvn_obs_sub_message_with_sub_msg_no.h"
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 
 namespace kvn {
 

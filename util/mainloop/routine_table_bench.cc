@@ -5,8 +5,8 @@
 
 #include <memory>
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "util/mainloop/event.h"
-#include "util/mainloop/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "util/mainloop/routine.h"
 #include "util/mainloop/routine_table.h"
 #include "util/testing/fake_pxm.h"

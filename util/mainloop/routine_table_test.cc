@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "tracing/log_capture.h"
 #include "util/mainloop/event.h"
-#include "util/mainloop/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "util/mainloop/pxm_mainloop.h"
 #include "util/mainloop/routine.h"
 #include "util/mainloop/routine_proxy.h"

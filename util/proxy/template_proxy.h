@@ -23,10 +23,10 @@
 #include <memory>
 #include <utility>
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "pxm/pxm.h"
 #include "tracing/log.h"
 #include "util/mainloop/event_id.h"
-#include "util/mainloop/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "util/mainloop/routine.h"
 #include "util/mainloop/routine_table.h"
 

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "util/mainloop/kvn_obs_sub_message_with_sub_msg_no.h"
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "util/mainloop/pxm_mainloop.h"
 
 namespace kvn::testing {

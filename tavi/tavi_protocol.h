@@ -1,6 +1,7 @@
 #pragma once
 // The protocol between the service and the operators' shell front end, all under the
 // routine-addressed signal with its 12-byte header. Multi-byte fields travel big-endian.
+// Header-only, below both ends: the service's command layer and the shell.
 //
 //   3  front end -> routine 1      command request
 //   4  front end -> life routine   abort (also what the watch on the front end delivers)
@@ -12,11 +13,14 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include "util/mainloop/kvn_obs_sub_message_with_sub_msg_no.h"
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 
 namespace kvn::tavi {
 
 constexpr uint32_t kProtocolVersion = 1;
+
+// The service's command session factory, which takes the command requests.
+constexpr uint16_t kFactoryRoutine = 1;
 
 constexpr uint16_t kCommandReq = 3;
 constexpr uint16_t kAbortInd = 4;
@@ -26,8 +30,10 @@ constexpr uint16_t kCommandEnded = 7;
 constexpr uint16_t kPrintInd = 8;
 
 // Reasons of a refusal.
-constexpr uint32_t kRefusedBadVersion = 1;
-constexpr uint32_t kRefusedNotImplemented = 2;
+enum RefusalReason : uint32_t {
+  kRefusedBadVersion = 1,
+  kRefusedNotImplemented = 2,
+};
 
 // The largest text of one print message: its length is a u16.
 constexpr size_t kMaxChunk = 50000;
@@ -90,3 +96,16 @@ struct KvnTraceCtrlTaviPrintCfm {
 static_assert(sizeof(KvnTraceCtrlTaviPrintCfm) == 14);
 
 #pragma pack(pop)
+
+namespace kvn::tavi {
+
+// The sizes that a reader of each record checks a message against.
+constexpr size_t kHeaderSize = sizeof(KvnObsSubMessageWithSubMsgNo);
+constexpr size_t kRequestHeadSize = offsetof(KvnTraceCtrlTaviCommandReq, args);
+constexpr size_t kAbortSize = sizeof(KvnTraceCtrlTaviAbortInd);
+constexpr size_t kRefusedSize = sizeof(KvnTraceCtrlTaviCommandRefused);
+constexpr size_t kEndedSize = sizeof(KvnTraceCtrlTaviCommandEnded);
+constexpr size_t kTextHeadSize = offsetof(KvnTraceCtrlTaviPrintInd, text);
+constexpr size_t kConfirmSize = sizeof(KvnTraceCtrlTaviPrintCfm);
+
+}  // namespace kvn::tavi
