@@ -15,7 +15,6 @@
 #include "service/tracecontrol/trace_control_connect_hooks.h"
 #include "util/mainloop/pxm_mainloop.h"
 #include "util/mainloop/routine_table.h"
-#include "util/mainloop/routine_table_log.h"
 #include "util/mainloop/timer_queue.h"
 #include "util/testing/fake_pxm.h"
 
@@ -61,21 +60,13 @@ class ServiceHarness {
   static const std::string& sampleLmc();
 
  private:
-  class NullLog : public RoutineTableLog {
-   public:
-    void error(const char*, ...) override {}
-    void info(const char*, ...) override {}
-    void debug(const char*, ...) override {}
-  };
-
   // Confirms what waits at the agents; true when anything was confirmed.
   bool confirmAgents();
 
   kvn::testing::FakePxm pxm_;
   TimerQueue timers_;
   PxmMainloop loop_{&pxm_, "kvn-tracecontroller", &timers_};
-  NullLog log_;
-  RoutineTable table_{&pxm_, kvn::testing::FakePxm::kBaseSignalNo, &log_};
+  RoutineTable table_{&pxm_, kvn::testing::FakePxm::kBaseSignalNo};
   pxm_mbox_id_t frontEnd_;
   std::vector<pxm_mbox_id_t> agents_;
   Answer answer_;

@@ -24,7 +24,6 @@
 #include "service/stop_signal_handler.h"
 #include "service/trace_controller_context.h"
 #include "service/trace_controller_options.h"
-#include "service/trace_controller_routine_table_log.h"
 #include "service/tracecontrol/log_cmd_parser.h"
 #include "service/tracecontrol/profile_cmd_parser.h"
 #include "service/tracecontrol/trace_control_connect_hooks.h"
@@ -86,8 +85,7 @@ int main(int argc, char** argv) {
         [&nsHandler](const std::string& name) { nsHandler.unpublish(name); }, &nsHandler,
         options.mailboxName);
 
-    TraceControllerRoutineTableLog routineTableLog;
-    kvn::RoutineTable routineTable(&pxm, kBaseSignalNo, &routineTableLog);
+    kvn::RoutineTable routineTable(&pxm, kBaseSignalNo);
 
     auto agentServicePublisher = std::make_shared<AgentServicePublisher>(
         &lingeringNames, connectEvent, kServiceName, options.mailboxName);

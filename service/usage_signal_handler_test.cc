@@ -9,24 +9,15 @@
 #include "util/mainloop/pxm_mainloop.h"
 #include "util/mainloop/routine.h"
 #include "util/mainloop/routine_table.h"
-#include "util/mainloop/routine_table_log.h"
 #include "util/mainloop/timer_queue.h"
 #include "util/testing/fake_pxm.h"
 
 namespace {
 
-class NullLog : public kvn::RoutineTableLog {
- public:
-  void error(const char*, ...) override {}
-  void info(const char*, ...) override {}
-  void debug(const char*, ...) override {}
-};
-
 TEST(UsageSignalHandler, EachSignalLogsTheUsedSlotsOnceFromTheLoop) {
   kvn::log::LogCapture cap;
   kvn::testing::FakePxm pxm;
-  NullLog log;
-  kvn::RoutineTable table(&pxm, kvn::testing::FakePxm::kBaseSignalNo, &log);
+  kvn::RoutineTable table(&pxm, kvn::testing::FakePxm::kBaseSignalNo);
   TimerQueue timers;
   PxmMainloop loop(&pxm, "svc", &timers);
   UsageSignalHandler::install(&loop, &table);

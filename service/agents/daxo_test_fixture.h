@@ -16,7 +16,6 @@
 #include "util/mainloop/pxm_mainloop.h"
 #include "util/mainloop/routine_proxy.h"
 #include "util/mainloop/routine_table.h"
-#include "util/mainloop/routine_table_log.h"
 #include "util/mainloop/timer_queue.h"
 #include "util/testing/fake_pxm.h"
 
@@ -25,12 +24,6 @@ namespace kvn::testing {
 class DaxoTestFixture : public ::testing::Test {
  protected:
   using Description = kvn::daxosim::AgentDescription;
-
-  struct NullLog : RoutineTableLog {
-    void error(const char*, ...) override {}
-    void info(const char*, ...) override {}
-    void debug(const char*, ...) override {}
-  };
 
   DaxoTestFixture() {
     DaxoTraceModel::resetAll();
@@ -77,8 +70,7 @@ class DaxoTestFixture : public ::testing::Test {
   FakePxm pxm;
   TimerQueue timers;
   PxmMainloop loop{&pxm, "kvn-tracecontroller", &timers};
-  NullLog log;
-  RoutineTable table{&pxm, FakePxm::kBaseSignalNo, &log};
+  RoutineTable table{&pxm, FakePxm::kBaseSignalNo};
   std::shared_ptr<kvntrace::Event> connectEvent = std::make_shared<kvntrace::Event>();
   std::shared_ptr<DaxoConnectClient> client;
   std::shared_ptr<DaxoConnectionMonitor> monitor;

@@ -10,8 +10,9 @@
 #include <queue>
 #include <utility>
 
+#include "base/check.h"
+#include "tracing/log.h"
 #include "util/clock/bfn.h"
-#include "util/proxy/template_proxy.h"
 
 namespace kvn {
 

@@ -1,26 +1,15 @@
 #include "util/argparse/argparse_parser.h"
 
-#include <cstdio>
+#include <utility>
 
 namespace kvn::argparse {
-
-Parser::~Parser() {
-  for (bits::OptionBase* option : options_) {
-    if (option == nullptr) {
-      std::printf("WARNING: nullptr in _option vector ???\n");
-      continue;
-    }
-    delete option;
-  }
-}
 
 OptionBuilder Parser::add(const char* declaration, uint32_t min, uint32_t max) {
   return OptionBuilder(*this, bits::NormalOption::parseNames(declaration), min, max);
 }
 
 void Parser::addOption(std::unique_ptr<bits::OptionBase> option) {
-  options_.reserve(options_.size() + 1);  // so that the push below cannot leak the option
-  options_.push_back(option.release());
+  if (option) options_.push_back(std::move(option));
 }
 
 std::vector<std::string> Parser::parse(const std::vector<std::string>& argv) {
@@ -33,8 +22,8 @@ std::vector<std::string> Parser::parse(const std::vector<std::string>& argv) {
       parseShortCluster(a.substr(1), args);
     } else if (a.size() >= 2 && a[0] == '-' && a[1] == '-') {
       bool taken = false;
-      for (bits::OptionBase* option : options_) {
-        if (option != nullptr && option->tryLong(args)) {
+      for (const auto& option : options_) {
+        if (option->tryLong(args)) {
           taken = true;
           break;
         }
@@ -51,9 +40,9 @@ std::vector<std::string> Parser::parse(const std::vector<std::string>& argv) {
 void Parser::parseShortCluster(const std::string& cluster, bits::ArgList& args) {
   for (const char c : cluster) {
     bits::OptionBase* found = nullptr;
-    for (bits::OptionBase* option : options_) {
-      if (option != nullptr && option->shortName() == c) {
-        found = option;
+    for (const auto& option : options_) {
+      if (option->shortName() == c) {
+        found = option.get();
         break;
       }
     }

@@ -19,7 +19,6 @@ namespace kvn::argparse {
 class Parser {
  public:
   Parser() = default;
-  ~Parser();
   Parser(const Parser&) = delete;
   Parser& operator=(const Parser&) = delete;
 
@@ -38,7 +37,7 @@ class Parser {
  private:
   void parseShortCluster(const std::string& cluster, bits::ArgList& args);
 
-  std::vector<bits::OptionBase*> options_;  // owned, in the order of declaration
+  std::vector<std::unique_ptr<bits::OptionBase>> options_;  // in the order of declaration
 };
 
 }  // namespace kvn::argparse

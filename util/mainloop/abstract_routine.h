@@ -15,8 +15,6 @@ class RoutineTable;
 class AbstractRoutine {
  public:
   virtual void pxm_message(pxm_msg*& msg, size_t msgsize) = 0;
-  // Reserved; present, empty in every routine, never called.
-  virtual void reservedHook(uint32_t arg) = 0;
   virtual ~AbstractRoutine() = default;
   virtual void onEvent(kvntrace::EventId event) = 0;
   virtual void handleEvent(kvntrace::EventId event) = 0;

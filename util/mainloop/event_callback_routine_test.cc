@@ -12,17 +12,9 @@
 namespace kvn {
 namespace {
 
-class NullLog : public RoutineTableLog {
- public:
-  void error(const char*, ...) override {}
-  void info(const char*, ...) override {}
-  void debug(const char*, ...) override {}
-};
-
 TEST(EventCallbackRoutine, FirstCallbackOfAnEventStaysAndRemovalUnsubscribes) {
   kvn::testing::FakePxm pxm;
-  NullLog log;
-  RoutineTable table(&pxm, kvn::testing::FakePxm::kBaseSignalNo, &log);
+  RoutineTable table(&pxm, kvn::testing::FakePxm::kBaseSignalNo);
   auto lost = std::make_shared<kvntrace::Event>();
   auto other = std::make_shared<kvntrace::Event>();
   std::vector<int> calls;

@@ -12,8 +12,6 @@ void Routine::pxm_message(pxm_msg*& msg, size_t msgsize) {
   CPMUTIL_LOG_ERROR("Routine does %u not handle pxm messages.", routineId_);
 }
 
-void Routine::reservedHook(uint32_t arg) {}
-
 void Routine::onEvent(kvntrace::EventId event) {
   if (isSubscribed(event)) handleEvent(event);
 }

@@ -15,7 +15,6 @@ class Routine : public AbstractRoutine {
   Routine& operator=(const Routine&) = delete;
 
   void pxm_message(pxm_msg*& msg, size_t msgsize) override;
-  void reservedHook(uint32_t arg) override;
   ~Routine() override = default;
   void onEvent(kvntrace::EventId event) override;
   void handleEvent(kvntrace::EventId event) override;

@@ -10,8 +10,7 @@ namespace kvn {
 hkm::PXMInterface* RoutineTable::s_pxmsys = nullptr;
 uint32_t RoutineTable::s_baseSignalNo = 0;
 
-RoutineTable::RoutineTable(hkm::PXMInterface* pxm, uint32_t baseSignalNo, RoutineTableLog* log)
-    : routines_(kSize), log_(log) {
+RoutineTable::RoutineTable(hkm::PXMInterface* pxm, uint32_t baseSignalNo) : routines_(kSize) {
   s_pxmsys = pxm;
   s_baseSignalNo = baseSignalNo;
   for (uint16_t id = kSize - 1; id >= 1; --id) freeIds_.push(id);

@@ -10,7 +10,6 @@
 #include "util/mailbox/hkm_pxm_interface.h"
 #include "util/mainloop/abstract_routine.h"
 #include "util/mainloop/event_id.h"
-#include "util/mainloop/routine_table_log.h"
 
 namespace kvn {
 
@@ -35,7 +34,7 @@ class RoutineTable {
 
   // Makes `pxm` and `baseSignalNo` the process-wide statics, so that any routine can
   // allocate a message without a table at hand.
-  RoutineTable(hkm::PXMInterface* pxm, uint32_t baseSignalNo, RoutineTableLog* log);
+  RoutineTable(hkm::PXMInterface* pxm, uint32_t baseSignalNo);
   virtual ~RoutineTable();
   RoutineTable(const RoutineTable&) = delete;
   RoutineTable& operator=(const RoutineTable&) = delete;
@@ -68,7 +67,6 @@ class RoutineTable {
   std::vector<std::shared_ptr<AbstractRoutine>> routines_;
   std::queue<uint16_t> freeIds_;
   std::queue<uint16_t> pendingRelease_;
-  RoutineTableLog* log_;
 };
 
 }  // namespace kvn

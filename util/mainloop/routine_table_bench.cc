@@ -13,13 +13,6 @@
 
 namespace {
 
-class NullLog : public kvn::RoutineTableLog {
- public:
-  void error(const char*, ...) override {}
-  void info(const char*, ...) override {}
-  void debug(const char*, ...) override {}
-};
-
 class CountingRoutine : public kvn::Routine {
  public:
   void pxm_message(pxm_msg*& msg, size_t) override { benchmark::DoNotOptimize(++count); }
@@ -29,8 +22,7 @@ class CountingRoutine : public kvn::Routine {
 
 struct Bench {
   kvn::testing::FakePxm pxm;
-  NullLog log;
-  kvn::RoutineTable table{&pxm, kvn::testing::FakePxm::kBaseSignalNo, &log};
+  kvn::RoutineTable table{&pxm, kvn::testing::FakePxm::kBaseSignalNo};
   std::shared_ptr<CountingRoutine> routine = std::make_shared<CountingRoutine>();
   pxm_msg* msg = pxm.alloc(64, kvn::testing::FakePxm::kBaseSignalNo);
   uint16_t id = table.allocate(routine);

@@ -23,13 +23,6 @@ using kvn::log::Level;
 using kvn::log::LogCapture;
 using kvn::testing::FakePxm;
 
-class NullLog : public RoutineTableLog {
- public:
-  void error(const char*, ...) override {}
-  void info(const char*, ...) override {}
-  void debug(const char*, ...) override {}
-};
-
 // Runs a test-given body for each message and tells the test when it dies.
 class ScriptedRoutine : public Routine {
  public:
@@ -53,8 +46,7 @@ class RoutineTableTest : public ::testing::Test {
   FakePxm pxm;
   TimerQueue timers;
   PxmMainloop loop{&pxm, "kvn-tracecontroller", &timers};
-  NullLog log;
-  RoutineTable table{&pxm, FakePxm::kBaseSignalNo, &log};
+  RoutineTable table{&pxm, FakePxm::kBaseSignalNo};
   pxm_mbox_id_t peer = pxm.createPeer("peer");
 
   void SetUp() override {

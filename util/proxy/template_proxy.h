@@ -23,20 +23,13 @@
 #include <memory>
 #include <utility>
 
+#include "base/check.h"
 #include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "pxm/pxm.h"
 #include "tracing/log.h"
 #include "util/mainloop/event_id.h"
 #include "util/mainloop/routine.h"
 #include "util/mainloop/routine_table.h"
-
-// The protocol asserts stay on in every build: a peer that breaks the protocol stops the process.
-extern "C" void __assert_fail(const char* assertion, const char* file, unsigned int line,
-                              const char* function) noexcept __attribute__((__noreturn__));
-
-#define KVNTRACE_ASSERT_TEXT(cond, text) \
-  ((cond) ? static_cast<void>(0) : __assert_fail(text, __FILE__, __LINE__, __PRETTY_FUNCTION__))
-#define KVNTRACE_ASSERT(cond) KVNTRACE_ASSERT_TEXT(cond, #cond)
 
 namespace kvntrace {
 

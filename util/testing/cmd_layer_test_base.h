@@ -7,7 +7,6 @@
 
 #include "util/mainloop/pxm_mainloop.h"
 #include "util/mainloop/routine_table.h"
-#include "util/mainloop/routine_table_log.h"
 #include "util/mainloop/timer_queue.h"
 #include "util/testing/fake_pxm.h"
 
@@ -15,13 +14,6 @@ namespace kvn::testing {
 
 class CmdLayerTestBase : public ::testing::Test {
  protected:
-  class NullLog : public RoutineTableLog {
-   public:
-    void error(const char*, ...) override {}
-    void info(const char*, ...) override {}
-    void debug(const char*, ...) override {}
-  };
-
   void SetUp() override {
     loop.setDispatcher(FakePxm::kBaseSignalNo,
                        [this](pxm_mbox_id_t s, pxm_msg*& m, size_t n) { table.dispatch(s, m, n); });
@@ -33,8 +25,7 @@ class CmdLayerTestBase : public ::testing::Test {
   FakePxm pxm;
   TimerQueue timers;
   PxmMainloop loop{&pxm, "kvn-tracecontroller", &timers};
-  NullLog log;
-  RoutineTable table{&pxm, FakePxm::kBaseSignalNo, &log};
+  RoutineTable table{&pxm, FakePxm::kBaseSignalNo};
   pxm_mbox_id_t peer = pxm.createPeer("peer");
 };
 
