@@ -8,6 +8,8 @@ namespace kvn::daxosim {
 
 namespace {
 
+using namespace daxo_connect;
+
 // Copies the text into its fixed field; the rest of the field stays zero.
 void putText(std::vector<uint8_t>& m, size_t at, size_t fieldSize, const std::string& s) {
   memcpy(&m[at], s.data(), s.size() < fieldSize ? s.size() : fieldSize);
@@ -16,8 +18,9 @@ void putText(std::vector<uint8_t>& m, size_t at, size_t fieldSize, const std::st
 void putAttributes(std::vector<uint8_t>& m, size_t at, const AgentDescription& d) {
   for (const AgentDescription::Attribute& a : d.attributes) {
     storeBe16(&m[at], a.routineId);
-    storeBe16(&m[at + 2], a.propertyType);
-    for (int i = 0; i < 3; ++i) storeBe16(&m[at + 4 + 2 * i], a.value[i]);
+    storeBe16(&m[at + daxo_connect::kAttributeType], a.propertyType);
+    for (int i = 0; i < 3; ++i)
+      storeBe16(&m[at + daxo_connect::kAttributeValue + 2 * i], a.value[i]);
     at += ConnectMessage::kAttributeSize;
   }
 }
@@ -33,10 +36,10 @@ std::vector<uint8_t> ConnectMessage::encode(const AgentDescription& d) {
     m.assign(kInitialFixedSize + kAttributeSize * n, 0);
     memcpy(&m[0], &msgno, 4);
     storeBe16(&m[4], kInitialRoutine);
-    putText(m, 12, AgentDescription::kNameSize, d.instanceName);
-    storeBe16(&m[32], d.domainDaxoIndex);
-    storeBe16(&m[34], d.bbmHwNumber);
-    storeBe16(&m[36], count);
+    putText(m, kInitialName, kNameSize, d.instanceName);
+    storeBe16(&m[kInitialDomain], d.domainDaxoIndex);
+    storeBe16(&m[kInitialNumber], d.bbmHwNumber);
+    storeBe16(&m[kInitialCount], count);
     putAttributes(m, kInitialFixedSize, d);
     return m;
   }
@@ -44,13 +47,13 @@ std::vector<uint8_t> ConnectMessage::encode(const AgentDescription& d) {
   m.assign(kVersionFixedSize + kAttributeSize * n + (hasRole ? 2 : 0), 0);
   memcpy(&m[0], &msgno, 4);
   storeBe16(&m[4], kVersionRoutine);
-  storeBe32(&m[12], d.version);
-  putText(m, 16, AgentDescription::kNameSize, d.instanceName);
-  putText(m, 36, AgentDescription::kNameSize, d.loadModuleName);
-  putText(m, 56, AgentDescription::kLmcPathSize, d.lmcPath);
-  storeBe16(&m[312], d.domainDaxoIndex);
-  storeBe16(&m[314], d.bbmHwNumber);
-  storeBe16(&m[316], count);
+  storeBe32(&m[kVersionVersion], d.version);
+  putText(m, kVersionName, kNameSize, d.instanceName);
+  putText(m, kVersionModule, kNameSize, d.loadModuleName);
+  putText(m, kVersionLmc, kLmcPathSize, d.lmcPath);
+  storeBe16(&m[kVersionDomain], d.domainDaxoIndex);
+  storeBe16(&m[kVersionNumber], d.bbmHwNumber);
+  storeBe16(&m[kVersionCount], count);
   putAttributes(m, kVersionFixedSize, d);
   if (hasRole) storeBe16(&m[kVersionFixedSize + kAttributeSize * n], d.roleIndex);
   return m;

@@ -12,12 +12,13 @@
 #include "daxo-sim/agent_handler.h"
 #include "daxo-sim/journal.h"
 #include "daxo-sim/measurement_figures.h"
+#include "service/signals/daxo_connect_signals.h"
 
 namespace kvn::daxosim {
 
 class MeasurementsHandler : public AgentHandler {
  public:
-  static constexpr uint16_t kImplementsCode = 11;
+  static constexpr uint16_t kImplementsCode = kImplementsMeasurements;
   static constexpr uint16_t kServiceDspLoadRoutine = 4;
   static constexpr uint16_t kMeasurementEnded = 6;
 

@@ -16,12 +16,13 @@
 #include "daxo-sim/journal.h"
 #include "daxo-sim/simulated_buffer.h"
 #include "daxo-sim/super_trace_settings.h"
+#include "service/signals/daxo_connect_signals.h"
 
 namespace kvn::daxosim {
 
 class SuperTraceHandler : public AgentHandler {
  public:
-  static constexpr uint16_t kImplementsCode = 4;
+  static constexpr uint16_t kImplementsCode = kImplementsEmbuf;
   static constexpr uint16_t kServiceRoutine = 3;
 
   using Clock = std::chrono::steady_clock;
