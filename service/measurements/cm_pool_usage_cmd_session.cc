@@ -29,8 +29,7 @@ void CmPoolUsageCmdSession::start() {
   }
   for (uint16_t n : daxos) {
     auto& cmPool = DaxoTraceModel::get(n).cmPool;
-    auto* msg =
-        reinterpret_cast<KvnCmPoolUsageReqS*>(cmPool.proxy->alloc_msg(sizeof(KvnCmPoolUsageReqS)));
+    auto* msg = cmPool.proxy->make<KvnCmPoolUsageReqS>();
     std::function<void(KvnCmPoolUsageCfmS*&, size_t)> onCfm =
         [this, n](KvnCmPoolUsageCfmS*& cfm, size_t msgsize) { onConfirm(n, cfm, msgsize); };
     cmPool.proxy->send(msg, getKillableCallback(std::move(onCfm)));

@@ -22,8 +22,7 @@ void DspLoadPrintCmdSession::start() {
   }
   for (uint16_t n : daxos) {
     auto& dspLoad = DaxoTraceModel::get(n).dspLoad;
-    auto* msg = reinterpret_cast<KvnDspLoadPrintReqS*>(
-        dspLoad.proxy->alloc_msg(sizeof(KvnDspLoadPrintReqS)));
+    auto* msg = dspLoad.proxy->make<KvnDspLoadPrintReqS>();
     msg->snapshot = snapshot ? 1 : 0;
     msg->padding = 0;
     std::function<void(KvnDspLoadPrintCfmS*&, size_t)> onCfm =

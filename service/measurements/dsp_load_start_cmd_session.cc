@@ -24,8 +24,7 @@ void DspLoadStartCmdSession::start() {
   }
   for (uint16_t n : daxos) {
     auto& dspLoad = DaxoTraceModel::get(n).dspLoad;
-    auto* msg = reinterpret_cast<KvnDspLoadStartReqS*>(
-        dspLoad.proxy->alloc_msg(sizeof(KvnDspLoadStartReqS)));
+    auto* msg = dspLoad.proxy->make<KvnDspLoadStartReqS>();
     msg->durationUs = durationUs;
     std::function<void(KvnDspLoadStartCfmS*&, size_t)> onCfm = [this, n](KvnDspLoadStartCfmS*&,
                                                                          size_t) {

@@ -24,8 +24,7 @@ void DspLoadStopCmdSession::start() {
   }
   for (uint16_t n : daxos) {
     auto& dspLoad = DaxoTraceModel::get(n).dspLoad;
-    auto* msg =
-        reinterpret_cast<KvnDspLoadStopReqS*>(dspLoad.proxy->alloc_msg(sizeof(KvnDspLoadStopReqS)));
+    auto* msg = dspLoad.proxy->make<KvnDspLoadStopReqS>();
     std::function<void(KvnDspLoadStopCfmS*&, size_t)> onCfm = [this, n](KvnDspLoadStopCfmS*&,
                                                                         size_t) {
       if (pending.erase(n) == 0) return;

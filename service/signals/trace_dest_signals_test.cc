@@ -51,8 +51,7 @@ class TraceDestProxyTest : public kvn::testing::CmdLayerTestBase {};
 TEST_F(TraceDestProxyTest, EachRequestCarriesItsNumberAndItsAnswersTheirs) {
   auto lost = std::make_shared<kvntrace::Event>();
   kvn::TraceDestProxy proxy(&table, peer, 30, lost->getId());
-  auto* close =
-      reinterpret_cast<KvnTraceDestCloseReqS*>(proxy.alloc_msg(sizeof(KvnTraceDestCloseReqS)));
+  auto* close = proxy.make<KvnTraceDestCloseReqS>();
   close->portId = 4;
   close->count = 1;
   close->socketId = 0x0201;

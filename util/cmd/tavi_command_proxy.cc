@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "util/mainloop/unsent_message.h"
+
 namespace kvn {
 
 TaviCommandProxy::TaviCommandProxy(RoutineTable* routineTable, pxm_mbox_id_t mailbox,
@@ -33,13 +35,9 @@ void TaviCommandProxy::printChunk(const char* data, uint16_t length, uint16_t se
   if (length > 0) memcpy(print->text, data, length);
 
   auto routine = std::make_shared<TaviCommandProxyPrintRoutine>(std::move(onConfirm));
-  uint16_t id = 0;
-  try {
-    id = routineTable->allocate(routine);
-  } catch (...) {
-    RoutineTable::s_pxmsys->free(msg);
-    throw;
-  }
+  UnsentMessage unsent(msg);
+  const uint16_t id = routineTable->allocate(routine);
+  unsent.release();
   unconfirmed.erase(std::remove_if(unconfirmed.begin(), unconfirmed.end(),
                                    [](const auto& text) { return text.expired(); }),
                     unconfirmed.end());
@@ -75,13 +73,9 @@ void TaviCommandProxy::refuse(uint32_t reason) {
 
 void TaviCommandProxy::sendFromTemporary(pxm_msg*& msg, uint16_t submsgno) {
   auto routine = std::make_shared<Routine>();
-  uint16_t id = 0;
-  try {
-    id = routineTable->allocate(routine);
-  } catch (...) {
-    RoutineTable::s_pxmsys->free(msg);
-    throw;
-  }
+  UnsentMessage unsent(std::exchange(msg, nullptr));
+  const uint16_t id = routineTable->allocate(routine);
+  msg = unsent.release();
   routine->sendObs(msg, mailbox, id, routineId, submsgno);
   routine->release();
 }

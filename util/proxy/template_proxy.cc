@@ -1,14 +1,12 @@
 #include "util/proxy/template_proxy.h"
 
+#include <utility>
+
 namespace kvntrace {
 
 namespace detail {
 
 bool isNonNull(const void* p) { return p != nullptr; }
-
-void dropMessage(pxm_msg* msg) {
-  if (msg != nullptr) kvn::RoutineTable::s_pxmsys->free(msg);
-}
 
 }  // namespace detail
 
@@ -23,14 +21,9 @@ pxm_msg* TemplateBaseProxy::alloc_msg(size_t size) {
 
 void TemplateBaseProxy::sendIndication(pxm_msg*& msg, uint16_t submsgno) {
   auto routine = std::make_shared<kvn::Routine>();
-  uint16_t id = 0;
-  try {
-    id = routineTable->allocate(routine);
-  } catch (...) {
-    detail::dropMessage(msg);
-    msg = nullptr;
-    throw;
-  }
+  kvn::UnsentMessage unsent(std::exchange(msg, nullptr));
+  const uint16_t id = routineTable->allocate(routine);
+  msg = unsent.release();
   routine->sendObs(msg, mailbox, id, routineId, submsgno);
   routine->release();
 }

@@ -30,6 +30,7 @@
 #include "util/mainloop/event_id.h"
 #include "util/mainloop/routine.h"
 #include "util/mainloop/routine_table.h"
+#include "util/mainloop/unsent_message.h"
 
 namespace kvntrace {
 
@@ -41,9 +42,6 @@ namespace detail {
 
 // An out-of-line test, so that checking `this` is neither warned about nor folded away.
 bool isNonNull(const void* p);
-
-// Frees a message that could not be sent.
-void dropMessage(pxm_msg* msg);
 
 template <typename T>
 pxm_msg* asPxm(T* msg) {
@@ -62,6 +60,11 @@ class TemplateBaseProxy {
   // A routine-addressed message of `size` bytes, header included, allocated from a temporary
   // routine of this proxy. The body is filled in host order and handed to `send`.
   pxm_msg* alloc_msg(size_t size);
+  // The same, typed as the request `T` it is to carry.
+  template <typename T>
+  T* make() {
+    return reinterpret_cast<T*>(alloc_msg(sizeof(T)));
+  }
 
   // No signal of its own; the chain adds them.
   void send() = delete;
@@ -90,6 +93,10 @@ class ProxyReceiverBase : public TemplateBaseProxy {
       : TemplateBaseProxy(routineTable, mailbox, routineId, lostEvent), owner(owner) {}
 
   pxm_msg* alloc_msg(size_t size) { return owner.alloc_msg(size); }
+  template <typename T>
+  T* make() {
+    return reinterpret_cast<T*>(alloc_msg(sizeof(T)));
+  }
 
  protected:
   void sendIndication(pxm_msg*& msg, uint16_t submsgno);
@@ -173,15 +180,10 @@ class ProxyCfm : public SuperProxyT {
     KVNTRACE_ASSERT_TEXT(detail::isNonNull(this), "this != nullptr");
     auto routine =
         std::make_shared<ProxyCfmRoutine<CfmT, cfmSubSigNo>>(std::move(onCfm), this->lostEvent);
-    uint16_t id = 0;
-    try {
-      id = this->routineTable->allocate(routine);
-    } catch (...) {
-      detail::dropMessage(detail::asPxm(msg));
-      throw;
-    }
+    kvn::UnsentMessage unsent(detail::asPxm(msg));
+    const uint16_t id = this->routineTable->allocate(routine);
     CPMUTIL_LOG_DEBUG("Sending signal %s", ReqT::name().c_str());
-    pxm_msg* m = detail::asPxm(msg);
+    pxm_msg* m = unsent.release();
     ReqT::toNetwork(msg, kvn::RoutineTable::s_pxmsys->size(m));
     routine->sendObs(m, this->mailbox, id, this->routineId, reqSubSigNo);
   }
@@ -199,15 +201,10 @@ class ProxyCfmRej : public SuperProxyT {
     KVNTRACE_ASSERT_TEXT(detail::isNonNull(this), "this != nullptr");
     auto routine = std::make_shared<ProxyCfmRejRoutine<CfmT, RejT, cfmSubSigNo, rejSubSigNo>>(
         std::move(onCfm), std::move(onRej), this->lostEvent);
-    uint16_t id = 0;
-    try {
-      id = this->routineTable->allocate(routine);
-    } catch (...) {
-      detail::dropMessage(detail::asPxm(msg));
-      throw;
-    }
+    kvn::UnsentMessage unsent(detail::asPxm(msg));
+    const uint16_t id = this->routineTable->allocate(routine);
     CPMUTIL_LOG_DEBUG("Sending signal %s", ReqT::name().c_str());
-    pxm_msg* m = detail::asPxm(msg);
+    pxm_msg* m = unsent.release();
     ReqT::toNetwork(msg, kvn::RoutineTable::s_pxmsys->size(m));
     routine->sendObs(m, this->mailbox, id, this->routineId, reqSubSigNo);
   }

@@ -63,7 +63,7 @@ class TemplateProxyTest : public kvn::testing::CmdLayerTestBase {
 
   template <typename Req>
   Req* make() {
-    auto* req = reinterpret_cast<Req*>(proxy.alloc_msg(sizeof(Req)));
+    auto* req = proxy.make<Req>();
     req->value = 0x01020304;
     return req;
   }
