@@ -16,7 +16,7 @@ constexpr size_t kDspEntrySize = 28;
 
 }  // namespace
 
-MeasurementsHandler::MeasurementsHandler(const MeasurementFigures& figures, Journal& journal)
+MeasurementsHandler::MeasurementsHandler(const MeasurementFigures& figures, sim::Journal& journal)
     : figures_(figures), journal_(journal) {}
 
 void MeasurementsHandler::handle(const Request& request, const ReplyPath& reply,

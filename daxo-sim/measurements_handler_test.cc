@@ -27,7 +27,7 @@ class MeasurementsHandlerTest : public ::testing::Test {
     char path[] = "/tmp/daxo-journal-XXXXXX";
     close(mkstemp(path));
     journalPath_ = path;
-    journal_ = std::make_unique<Journal>(journalPath_);
+    journal_ = std::make_unique<sim::Journal>(journalPath_);
     handler_ = std::make_unique<MeasurementsHandler>(figures_, *journal_);
   }
   ~MeasurementsHandlerTest() override { unlink(journalPath_.c_str()); }
@@ -51,7 +51,7 @@ class MeasurementsHandlerTest : public ::testing::Test {
 
   MeasurementFigures figures_;
   std::string journalPath_;
-  std::unique_ptr<Journal> journal_;
+  std::unique_ptr<sim::Journal> journal_;
   std::unique_ptr<MeasurementsHandler> handler_;
   std::vector<Sent> sent_;
   ReplyPath reply_{

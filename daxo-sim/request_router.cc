@@ -10,7 +10,7 @@
 
 namespace kvn::daxosim {
 
-RequestRouter::RequestRouter(const HandlerRegistry& handlers, Journal& journal,
+RequestRouter::RequestRouter(const HandlerRegistry& handlers, sim::Journal& journal,
                              ReplyPath::Transport transport)
     : handlers_(handlers), journal_(journal), transport_(std::move(transport)) {}
 
@@ -21,7 +21,7 @@ void RequestRouter::route(uint32_t senderMailbox, const uint8_t* message, size_t
   if (size < ConnectMessage::kHeaderSize) {
     // Too short for a header: nothing to route it by, but it is still worth seeing.
     entry["error"] = "shorter than the message header";
-    entry["body"] = Journal::hex(message, size);
+    entry["body"] = sim::Journal::hex(message, size);
     journal_.write(entry);
     return;
   }
@@ -40,7 +40,7 @@ void RequestRouter::route(uint32_t senderMailbox, const uint8_t* message, size_t
   entry["implements"] = req.implementsCode;
   if (const char* name = SignalCatalog::requestName(req.implementsCode, req.submsgno))
     entry["name"] = name;
-  entry["body"] = Journal::hex(req.body, req.bodySize);
+  entry["body"] = sim::Journal::hex(req.body, req.bodySize);
 
   ReplyPath reply(transport_, senderMailbox, req.srcRoutineId, req.dstRoutineId);
   try {

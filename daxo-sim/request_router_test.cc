@@ -73,7 +73,7 @@ class RequestRouterTest : public ::testing::Test {
   }
 
   std::string path_ = tempPath();
-  Journal journal_{path_};
+  sim::Journal journal_{path_};
   HandlerRegistry handlers_{std::make_unique<JournalOnlyHandler>()};
   std::vector<std::pair<std::vector<uint8_t>, uint32_t>> sent_;
   RequestRouter router_{handlers_, journal_, [this](std::vector<uint8_t> m, uint32_t to) {

@@ -44,7 +44,7 @@ SimulatedBuffer::Time wallTime(uint64_t sinceStartUs) {
 }  // namespace
 
 SuperTraceHandler::SuperTraceHandler(SimulatedBuffer& buffer, const SuperTraceSettings& settings,
-                                     Journal& journal, std::function<Clock::time_point()> now)
+                                     sim::Journal& journal, std::function<Clock::time_point()> now)
     : buffer_(buffer),
       settings_(settings),
       journal_(journal),

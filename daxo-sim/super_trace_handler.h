@@ -13,10 +13,10 @@
 #include <optional>
 
 #include "daxo-sim/agent_handler.h"
-#include "daxo-sim/journal.h"
 #include "daxo-sim/simulated_buffer.h"
 #include "daxo-sim/super_trace_settings.h"
 #include "service/signals/daxo_connect_signals.h"
+#include "sim/journal.h"
 
 namespace kvn::daxosim {
 
@@ -29,8 +29,8 @@ class SuperTraceHandler : public AgentHandler {
   // Words taken from the buffer by the consumer, to be sent on.
   using OnConsumed = std::function<void(uint64_t words)>;
 
-  SuperTraceHandler(SimulatedBuffer& buffer, const SuperTraceSettings& settings, Journal& journal,
-                    std::function<Clock::time_point()> now = Clock::now);
+  SuperTraceHandler(SimulatedBuffer& buffer, const SuperTraceSettings& settings,
+                    sim::Journal& journal, std::function<Clock::time_point()> now = Clock::now);
 
   void handle(const Request& request, const ReplyPath& reply, nlohmann::json& entry) override;
 
@@ -56,7 +56,7 @@ class SuperTraceHandler : public AgentHandler {
 
   SimulatedBuffer& buffer_;
   SuperTraceSettings settings_;
-  Journal& journal_;
+  sim::Journal& journal_;
   std::function<Clock::time_point()> now_;
   Clock::time_point last_;
   OnConsumed onConsumed_;

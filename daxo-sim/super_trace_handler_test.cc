@@ -76,7 +76,7 @@ class SuperTraceHandlerTest : public ::testing::Test {
   };
   Clock::time_point now = Clock::time_point() + 1h;
   SuperTraceSettings settings = testSettings();
-  Journal journal{"/dev/null"};
+  sim::Journal journal{"/dev/null"};
   SimulatedBuffer buffer{1000, 300};
   SuperTraceHandler handler{buffer, settings, journal, [this] { return now; }};
   MemoryBufferHandler memory{buffer};

@@ -1,4 +1,4 @@
-#include "daxo-sim/udp_stream.h"
+#include "sim/udp_stream.h"
 
 #include <arpa/inet.h>
 #include <stdlib.h>
@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-namespace kvn::daxosim {
+namespace kvn::sim {
 namespace {
 
 constexpr uint16_t kEmbuf = 4, kTn = 6, kRtt = 2;
@@ -74,4 +74,4 @@ TEST(UdpStreamTest, SendsWhatIsConsumedOnlyWhileTheBufferIsAttachedToALoopbackSe
 }
 
 }  // namespace
-}  // namespace kvn::daxosim
+}  // namespace kvn::sim

@@ -1,4 +1,4 @@
-#include "daxo-sim/journal.h"
+#include "sim/journal.h"
 
 #include <errno.h>
 #include <string.h>
@@ -7,7 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace kvn::daxosim {
+namespace kvn::sim {
 
 Journal::Journal() : out_(stdout), owned_(false) {}
 
@@ -37,4 +37,4 @@ std::string Journal::hex(const void* data, size_t size) {
   return s;
 }
 
-}  // namespace kvn::daxosim
+}  // namespace kvn::sim

@@ -14,9 +14,9 @@
 #include <optional>
 #include <string>
 
-#include "daxo-sim/journal.h"
+#include "sim/journal.h"
 
-namespace kvn::daxosim {
+namespace kvn::sim {
 
 class UdpStream {
  public:
@@ -56,4 +56,4 @@ class UdpStream {
   uint32_t sequence_ = 0;
 };
 
-}  // namespace kvn::daxosim
+}  // namespace kvn::sim

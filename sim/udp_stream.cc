@@ -1,4 +1,4 @@
-#include "daxo-sim/udp_stream.h"
+#include "sim/udp_stream.h"
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -10,7 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace kvn::daxosim {
+namespace kvn::sim {
 
 namespace {
 constexpr uint16_t kEmbuf = 4, kTn = 6;
@@ -87,4 +87,4 @@ void UdpStream::consumed(uint64_t words) {
   }
 }
 
-}  // namespace kvn::daxosim
+}  // namespace kvn::sim

@@ -8,7 +8,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-namespace kvn::daxosim {
+namespace kvn::sim {
 
 class Journal {
  public:
@@ -30,4 +30,4 @@ class Journal {
   bool owned_;
 };
 
-}  // namespace kvn::daxosim
+}  // namespace kvn::sim
