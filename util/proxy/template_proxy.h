@@ -78,6 +78,18 @@ class TemplateBaseProxy {
   // Sends a message that has no answer, from a temporary routine.
   void sendIndication(pxm_msg*& msg, uint16_t submsgno);
 
+  // Sends request `msg` from `routine`, which waits for its answer; a request that cannot be
+  // sent is freed.
+  template <typename ReqT>
+  void sendRequest(ReqT* msg, const std::shared_ptr<kvn::Routine>& routine, uint16_t submsgno) {
+    kvn::UnsentMessage unsent(detail::asPxm(msg));
+    const uint16_t id = routineTable->allocate(routine);
+    CPMUTIL_LOG_DEBUG("Sending signal %s", ReqT::name().c_str());
+    pxm_msg* m = unsent.release();
+    ReqT::toNetwork(msg, kvn::RoutineTable::s_pxmsys->size(m));
+    routine->sendObs(m, mailbox, id, routineId, submsgno);
+  }
+
   kvn::RoutineTable* routineTable;
   pxm_mbox_id_t mailbox;
   uint16_t routineId;
@@ -180,12 +192,7 @@ class ProxyCfm : public SuperProxyT {
     KVNTRACE_ASSERT_TEXT(detail::isNonNull(this), "this != nullptr");
     auto routine =
         std::make_shared<ProxyCfmRoutine<CfmT, cfmSubSigNo>>(std::move(onCfm), this->lostEvent);
-    kvn::UnsentMessage unsent(detail::asPxm(msg));
-    const uint16_t id = this->routineTable->allocate(routine);
-    CPMUTIL_LOG_DEBUG("Sending signal %s", ReqT::name().c_str());
-    pxm_msg* m = unsent.release();
-    ReqT::toNetwork(msg, kvn::RoutineTable::s_pxmsys->size(m));
-    routine->sendObs(m, this->mailbox, id, this->routineId, reqSubSigNo);
+    this->sendRequest(msg, routine, reqSubSigNo);
   }
 };
 
@@ -201,12 +208,7 @@ class ProxyCfmRej : public SuperProxyT {
     KVNTRACE_ASSERT_TEXT(detail::isNonNull(this), "this != nullptr");
     auto routine = std::make_shared<ProxyCfmRejRoutine<CfmT, RejT, cfmSubSigNo, rejSubSigNo>>(
         std::move(onCfm), std::move(onRej), this->lostEvent);
-    kvn::UnsentMessage unsent(detail::asPxm(msg));
-    const uint16_t id = this->routineTable->allocate(routine);
-    CPMUTIL_LOG_DEBUG("Sending signal %s", ReqT::name().c_str());
-    pxm_msg* m = unsent.release();
-    ReqT::toNetwork(msg, kvn::RoutineTable::s_pxmsys->size(m));
-    routine->sendObs(m, this->mailbox, id, this->routineId, reqSubSigNo);
+    this->sendRequest(msg, routine, reqSubSigNo);
   }
 };
 
