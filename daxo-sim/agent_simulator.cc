@@ -15,20 +15,19 @@ constexpr uint32_t kReceiveTimeoutMs = 200;  // how long a stop request may wait
 }
 
 AgentSimulator::AgentSimulator(const AgentDescription& description, Options options,
-                               Journal& journal, const HandlerRegistry& handlers)
+                               sim::Journal& journal, const HandlerRegistry& handlers)
     : description_(description),
       options_(std::move(options)),
       journal_(journal),
       router_(handlers, journal, [this](std::vector<uint8_t> m, uint32_t to) { sendBytes(m, to); }),
-      ownMailbox_(PXM_NO_MBOX),
-      service_(PXM_NO_MBOX) {
+      ownMailbox_(PXM_NO_MBOX) {
   if (options_.mailboxName.empty()) options_.mailboxName = description_.mailboxName;
   if (options_.mailboxName.empty())
     options_.mailboxName = "daxo-sim-" + std::to_string(description_.bbmHwNumber);
 }
 
 AgentSimulator::~AgentSimulator() {
-  if (monitoring_) pxm_unmonitor(serviceMonitor_);
+  watch_.forget();
   // Deleting the mailbox is what tells the service that this agent is gone.
   if (ownMailbox_ != PXM_NO_MBOX) pxm_delete_mailbox(ownMailbox_);
   if (initialized_) pxm_exit();
@@ -64,27 +63,18 @@ int AgentSimulator::run(const volatile sig_atomic_t& stop) {
 }
 
 void AgentSimulator::findService() {
-  const uint32_t id = pxm_locate(options_.serviceName.c_str());
-  if (id != PXM_NO_MBOX) {
-    connect(id);
-    return;
-  }
-  // The hub hands this message back once a mailbox of that name exists.
-  pxm_msg* found = pxm_alloc(sizeof(uint32_t), kServiceFoundSignal);
-  pxm_locate_async(options_.serviceName.c_str(), &found, PXM_MY_MBOX);
-  note("waiting_for_service");
+  if (const std::optional<uint32_t> id = watch_.locate(options_.serviceName))
+    connect(*id);
+  else
+    note("waiting_for_service");
 }
 
 void AgentSimulator::connect(uint32_t service) {
-  service_ = service;
-  if (monitoring_) pxm_unmonitor(serviceMonitor_);
-  pxm_msg* none = nullptr;
-  serviceMonitor_ = pxm_monitor(service_, &none);
-  monitoring_ = true;
-  sendBytes(ConnectMessage::encode(description_), service_);
+  watch_.watch(service);
+  sendBytes(ConnectMessage::encode(description_), service);
   nlohmann::json entry;
   entry["event"] = "connect_sent";
-  entry["service"] = service_;
+  entry["service"] = service;
   entry["mailbox"] = ownMailbox_;
   entry["bbmHwNumber"] = description_.bbmHwNumber;
   journal_.write(entry);
@@ -94,38 +84,29 @@ void AgentSimulator::handle(pxm_msg* msg) {
   const uint32_t sender = pxm_sender(msg);
   const size_t size = pxm_size(msg);
   const uint8_t* bytes = reinterpret_cast<const uint8_t*>(msg);
-  switch (msg->msgno) {
-    case ConnectMessage::kBaseSignalNo:
-      router_.route(sender, bytes, size);
+  if (msg->msgno == ConnectMessage::kBaseSignalNo) {
+    router_.route(sender, bytes, size);
+    return;
+  }
+  switch (watch_.classify(msg)) {
+    case sim::ServiceWatch::Event::kFound:
+      findService();  // it may be gone again before we got to it
       return;
-    case kServiceFoundSignal: {
-      const uint32_t id = pxm_locate(options_.serviceName.c_str());
-      if (id == PXM_NO_MBOX)
-        findService();  // gone again before we got to it
+    case sim::ServiceWatch::Event::kLost:
+      note("service_lost");
+      if (options_.reconnect)
+        findService();
       else
-        connect(id);
+        serviceGone_ = true;
       return;
-    }
-    case PXM_MBOX_GONE:
-      if (sender == service_ && monitoring_) {
-        monitoring_ = false;
-        service_ = PXM_NO_MBOX;
-        note("service_lost");
-        if (options_.reconnect)
-          findService();
-        else
-          serviceGone_ = true;
-        return;
-      }
-      break;
-    default:
+    case sim::ServiceWatch::Event::kNone:
       break;
   }
   nlohmann::json entry;
   entry["from"] = sender;
   entry["msgno"] = msg->msgno;
   entry["size"] = size;
-  entry["body"] = Journal::hex(bytes, size);
+  entry["body"] = sim::Journal::hex(bytes, size);
   entry["error"] = "unexpected message number";
   journal_.write(entry);
 }

@@ -11,8 +11,9 @@
 
 #include "daxo-sim/agent_description.h"
 #include "daxo-sim/handler_registry.h"
-#include "daxo-sim/journal.h"
 #include "daxo-sim/request_router.h"
+#include "sim/journal.h"
+#include "sim/service_watch.h"
 
 union pxm_msg;
 
@@ -33,7 +34,7 @@ class AgentSimulator {
   // The number of the message that the hub delivers when the service's mailbox exists.
   static constexpr uint32_t kServiceFoundSignal = 0x0D5A0001;
 
-  AgentSimulator(const AgentDescription& description, Options options, Journal& journal,
+  AgentSimulator(const AgentDescription& description, Options options, sim::Journal& journal,
                  const HandlerRegistry& handlers);
   ~AgentSimulator();
   AgentSimulator(const AgentSimulator&) = delete;
@@ -52,13 +53,11 @@ class AgentSimulator {
 
   const AgentDescription& description_;
   Options options_;
-  Journal& journal_;
+  sim::Journal& journal_;
   RequestRouter router_;
   bool initialized_ = false;
   uint32_t ownMailbox_;
-  uint32_t service_;
-  uint32_t serviceMonitor_ = 0;
-  bool monitoring_ = false;
+  sim::ServiceWatch watch_{kServiceFoundSignal};
   bool serviceGone_ = false;
 };
 

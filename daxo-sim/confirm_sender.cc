@@ -4,7 +4,7 @@
 
 namespace kvn::daxosim {
 
-ConfirmSender::ConfirmSender(Journal& journal, Mode mode, std::chrono::milliseconds delay)
+ConfirmSender::ConfirmSender(sim::Journal& journal, Mode mode, std::chrono::milliseconds delay)
     : journal_(journal), mode_(mode), delay_(delay) {}
 
 const char* ConfirmSender::confirm(const ReplyPath& reply, uint16_t submsgno) {

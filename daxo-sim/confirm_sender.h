@@ -8,8 +8,8 @@
 #include <chrono>
 #include <deque>
 
-#include "daxo-sim/journal.h"
 #include "daxo-sim/reply_path.h"
+#include "sim/journal.h"
 
 namespace kvn::daxosim {
 
@@ -17,7 +17,7 @@ class ConfirmSender {
  public:
   enum class Mode { kAtOnce, kDelayed, kDropped };
 
-  ConfirmSender(Journal& journal, Mode mode, std::chrono::milliseconds delay);
+  ConfirmSender(sim::Journal& journal, Mode mode, std::chrono::milliseconds delay);
 
   // Sends (or holds, or drops) a confirm of header only under `submsgno`. Gives what was done:
   // "sent", "delayed" or "dropped", for the request's journal line.
@@ -34,7 +34,7 @@ class ConfirmSender {
     uint16_t submsgno;
   };
 
-  Journal& journal_;
+  sim::Journal& journal_;
   Mode mode_;
   std::chrono::milliseconds delay_;
   std::deque<Held> held_;

@@ -2,18 +2,13 @@
 
 #include <string.h>
 
+#include "base/big_endian.h"
+
 namespace kvn::daxosim {
 
 namespace {
 
-void putBe16(std::vector<uint8_t>& m, size_t at, uint16_t v) {
-  m[at] = static_cast<uint8_t>(v >> 8);
-  m[at + 1] = static_cast<uint8_t>(v);
-}
-
-void putBe32(std::vector<uint8_t>& m, size_t at, uint32_t v) {
-  for (int i = 0; i < 4; ++i) m[at + i] = static_cast<uint8_t>(v >> (24 - 8 * i));
-}
+using namespace daxo_connect;
 
 // Copies the text into its fixed field; the rest of the field stays zero.
 void putText(std::vector<uint8_t>& m, size_t at, size_t fieldSize, const std::string& s) {
@@ -22,9 +17,10 @@ void putText(std::vector<uint8_t>& m, size_t at, size_t fieldSize, const std::st
 
 void putAttributes(std::vector<uint8_t>& m, size_t at, const AgentDescription& d) {
   for (const AgentDescription::Attribute& a : d.attributes) {
-    putBe16(m, at, a.routineId);
-    putBe16(m, at + 2, a.propertyType);
-    for (int i = 0; i < 3; ++i) putBe16(m, at + 4 + 2 * i, a.value[i]);
+    storeBe16(&m[at], a.routineId);
+    storeBe16(&m[at + daxo_connect::kAttributeType], a.propertyType);
+    for (int i = 0; i < 3; ++i)
+      storeBe16(&m[at + daxo_connect::kAttributeValue + 2 * i], a.value[i]);
     at += ConnectMessage::kAttributeSize;
   }
 }
@@ -39,27 +35,27 @@ std::vector<uint8_t> ConnectMessage::encode(const AgentDescription& d) {
   if (d.form == AgentDescription::ConnectForm::kInitial) {
     m.assign(kInitialFixedSize + kAttributeSize * n, 0);
     memcpy(&m[0], &msgno, 4);
-    putBe16(m, 4, kInitialRoutine);
-    putText(m, 12, AgentDescription::kNameSize, d.instanceName);
-    putBe16(m, 32, d.domainDaxoIndex);
-    putBe16(m, 34, d.bbmHwNumber);
-    putBe16(m, 36, count);
+    storeBe16(&m[4], kInitialRoutine);
+    putText(m, kInitialName, kNameSize, d.instanceName);
+    storeBe16(&m[kInitialDomain], d.domainDaxoIndex);
+    storeBe16(&m[kInitialNumber], d.bbmHwNumber);
+    storeBe16(&m[kInitialCount], count);
     putAttributes(m, kInitialFixedSize, d);
     return m;
   }
   const bool hasRole = d.version > 1;
   m.assign(kVersionFixedSize + kAttributeSize * n + (hasRole ? 2 : 0), 0);
   memcpy(&m[0], &msgno, 4);
-  putBe16(m, 4, kVersionRoutine);
-  putBe32(m, 12, d.version);
-  putText(m, 16, AgentDescription::kNameSize, d.instanceName);
-  putText(m, 36, AgentDescription::kNameSize, d.loadModuleName);
-  putText(m, 56, AgentDescription::kLmcPathSize, d.lmcPath);
-  putBe16(m, 312, d.domainDaxoIndex);
-  putBe16(m, 314, d.bbmHwNumber);
-  putBe16(m, 316, count);
+  storeBe16(&m[4], kVersionRoutine);
+  storeBe32(&m[kVersionVersion], d.version);
+  putText(m, kVersionName, kNameSize, d.instanceName);
+  putText(m, kVersionModule, kNameSize, d.loadModuleName);
+  putText(m, kVersionLmc, kLmcPathSize, d.lmcPath);
+  storeBe16(&m[kVersionDomain], d.domainDaxoIndex);
+  storeBe16(&m[kVersionNumber], d.bbmHwNumber);
+  storeBe16(&m[kVersionCount], count);
   putAttributes(m, kVersionFixedSize, d);
-  if (hasRole) putBe16(m, kVersionFixedSize + kAttributeSize * n, d.roleIndex);
+  if (hasRole) storeBe16(&m[kVersionFixedSize + kAttributeSize * n], d.roleIndex);
   return m;
 }
 

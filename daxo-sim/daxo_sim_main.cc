@@ -18,7 +18,6 @@
 #include "daxo-sim/confirm_sender.h"
 #include "daxo-sim/forwarder_handler.h"
 #include "daxo-sim/handler_registry.h"
-#include "daxo-sim/journal.h"
 #include "daxo-sim/journal_only_handler.h"
 #include "daxo-sim/measurements_handler.h"
 #include "daxo-sim/memory_buffer_handler.h"
@@ -29,8 +28,9 @@
 #include "daxo-sim/trace_hit_counter_handler.h"
 #include "daxo-sim/trace_mask_handler.h"
 #include "daxo-sim/trace_record_writer.h"
-#include "daxo-sim/udp_stream.h"
 #include "daxo-sim/utrace_config_handler.h"
+#include "sim/journal.h"
+#include "sim/udp_stream.h"
 
 namespace {
 
@@ -177,9 +177,9 @@ int main(int argc, char** argv) {
         throw AgentDescription::Error("--lmc-path: longer than 256 characters");
       description.lmcPath = *lmcPath;
     }
-    std::unique_ptr<kvn::daxosim::Journal> journal =
-        journalPath.empty() ? std::make_unique<kvn::daxosim::Journal>()
-                            : std::make_unique<kvn::daxosim::Journal>(journalPath);
+    std::unique_ptr<kvn::sim::Journal> journal =
+        journalPath.empty() ? std::make_unique<kvn::sim::Journal>()
+                            : std::make_unique<kvn::sim::Journal>(journalPath);
     kvn::daxosim::HandlerRegistry handlers(std::make_unique<kvn::daxosim::JournalOnlyHandler>());
     using kvn::daxosim::ConfirmSender;
     ConfirmSender confirms(*journal,
@@ -201,7 +201,7 @@ int main(int argc, char** argv) {
     auto superTrace =
         std::make_unique<kvn::daxosim::SuperTraceHandler>(buffer, description.superTrace, *journal);
     kvn::daxosim::SuperTraceHandler& superTraceRoutine = *superTrace;
-    kvn::daxosim::UdpStream udp(sessionsDir, *journal);
+    kvn::sim::UdpStream udp(sessionsDir, *journal);
     superTrace->setOnConsumed(
         [&udp](uint64_t words, const std::vector<uint8_t>& data) { udp.consumed(words, data); });
     if (!description.superTrace.counterWords) superTrace->setRecordWriter(&records);

@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/big_endian.h"
+
 namespace kvn::daxosim {
 
 namespace {
@@ -17,8 +19,6 @@ enum : uint16_t {
   kDetachRej = 3,
 };
 constexpr uint16_t kLinkProperty = 3;
-
-uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
 
 }  // namespace
 
@@ -36,8 +36,8 @@ void ForwarderHandler::handle(const Request& request, const ReplyPath& reply,
   }
   if (request.bodySize < 4) throw std::runtime_error("route request without link and socket");
   const bool attach = request.submsgno == kAttachReq;
-  const uint16_t linkIndex = be16(request.body);
-  const uint16_t socket = be16(request.body + 2);
+  const uint16_t linkIndex = loadBe16(request.body);
+  const uint16_t socket = loadBe16(request.body + 2);
   entry["linkIndex"] = linkIndex;
   entry["socket"] = socket;
   if (reject_ == (attach ? Reject::kAttach : Reject::kDetach)) {

@@ -12,12 +12,13 @@
 
 #include "daxo-sim/agent_description.h"
 #include "daxo-sim/agent_handler.h"
+#include "service/signals/daxo_connect_signals.h"
 
 namespace kvn::daxosim {
 
 class ForwarderHandler : public AgentHandler {
  public:
-  static constexpr uint16_t kImplementsCode = 8;
+  static constexpr uint16_t kImplementsCode = kImplementsForwarder;
 
   enum class Reject { kNone, kAttach, kDetach };
 

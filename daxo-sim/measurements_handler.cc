@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/big_endian.h"
+
 namespace kvn::daxosim {
 
 namespace {
@@ -12,22 +14,9 @@ constexpr uint16_t kStartReq = 0, kStartCfm = 1, kStopReq = 2, kStopCfm = 3, kPr
                    kPrintCfm = 5, kCmPoolReq = 7, kCmPoolCfm = 8;
 constexpr size_t kDspEntrySize = 28;
 
-void put16(std::vector<uint8_t>& b, uint16_t v) {
-  b.push_back(static_cast<uint8_t>(v >> 8));
-  b.push_back(static_cast<uint8_t>(v));
-}
-void put32(std::vector<uint8_t>& b, uint32_t v) {
-  put16(b, static_cast<uint16_t>(v >> 16));
-  put16(b, static_cast<uint16_t>(v));
-}
-uint32_t be32(const uint8_t* p) {
-  return static_cast<uint32_t>(p[0]) << 24 | static_cast<uint32_t>(p[1]) << 16 |
-         static_cast<uint32_t>(p[2]) << 8 | p[3];
-}
-
 }  // namespace
 
-MeasurementsHandler::MeasurementsHandler(const MeasurementFigures& figures, Journal& journal)
+MeasurementsHandler::MeasurementsHandler(const MeasurementFigures& figures, sim::Journal& journal)
     : figures_(figures), journal_(journal) {}
 
 void MeasurementsHandler::handle(const Request& request, const ReplyPath& reply,
@@ -35,7 +24,7 @@ void MeasurementsHandler::handle(const Request& request, const ReplyPath& reply,
   switch (request.submsgno) {
     case kStartReq: {
       if (request.bodySize < 4) throw std::runtime_error("DSP load start without a duration");
-      const uint32_t durationUs = be32(request.body);
+      const uint32_t durationUs = loadBe32(request.body);
       const Clock::time_point now = Clock::now();
       // A new start replaces a running measurement, as the agent's timer would be restarted.
       running_ = Running{now, now + std::chrono::microseconds(durationUs),
@@ -58,14 +47,14 @@ void MeasurementsHandler::handle(const Request& request, const ReplyPath& reply,
       const bool snapshot = request.bodySize > 0 && request.body[0] != 0;
       const uint32_t measuredUs = snapshot ? figures_.snapshotUs : lastMeasuredUs_;
       std::vector<uint8_t> body;
-      put16(body, static_cast<uint16_t>(figures_.dsps.size()));
-      put32(body, measuredUs);
+      appendBe16(body, static_cast<uint16_t>(figures_.dsps.size()));
+      appendBe32(body, measuredUs);
       for (const MeasurementFigures::Dsp& d : figures_.dsps) {
-        put16(body, d.min);
-        put16(body, d.max);
-        put16(body, d.average);
-        for (uint32_t count : d.histogram) put32(body, count);
-        put16(body, d.pooled);
+        appendBe16(body, d.min);
+        appendBe16(body, d.max);
+        appendBe16(body, d.average);
+        for (uint32_t count : d.histogram) appendBe32(body, count);
+        appendBe16(body, d.pooled);
       }
       if (figures_.dsps.empty()) body.resize(body.size() + kDspEntrySize, 0);  // room of one
       entry["snapshot"] = snapshot;
@@ -76,14 +65,14 @@ void MeasurementsHandler::handle(const Request& request, const ReplyPath& reply,
     }
     case kCmPoolReq: {
       std::vector<uint8_t> body;
-      put32(body, figures_.allocatedWords);
-      put32(body, figures_.totalWords);
-      put16(body, static_cast<uint16_t>(figures_.blocks.size()));
+      appendBe32(body, figures_.allocatedWords);
+      appendBe32(body, figures_.totalWords);
+      appendBe16(body, static_cast<uint16_t>(figures_.blocks.size()));
       for (const MeasurementFigures::Block& b : figures_.blocks) {
-        put16(body, b.blockSizeInWords);
-        put16(body, b.totalNumberOfBlocks);
-        put16(body, b.allocatedNumberOfBlocks);
-        put16(body, b.maximumAllocatedNumberOfBlocks);
+        appendBe16(body, b.blockSizeInWords);
+        appendBe16(body, b.totalNumberOfBlocks);
+        appendBe16(body, b.allocatedNumberOfBlocks);
+        appendBe16(body, b.maximumAllocatedNumberOfBlocks);
       }
       body.resize(10 + 8 * MeasurementFigures::kMaxBlocks, 0);  // all sixteen always travel
       entry["allocatedWords"] = figures_.allocatedWords;

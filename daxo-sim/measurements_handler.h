@@ -10,18 +10,19 @@
 #include <optional>
 
 #include "daxo-sim/agent_handler.h"
-#include "daxo-sim/journal.h"
 #include "daxo-sim/measurement_figures.h"
+#include "service/signals/daxo_connect_signals.h"
+#include "sim/journal.h"
 
 namespace kvn::daxosim {
 
 class MeasurementsHandler : public AgentHandler {
  public:
-  static constexpr uint16_t kImplementsCode = 11;
+  static constexpr uint16_t kImplementsCode = kImplementsMeasurements;
   static constexpr uint16_t kServiceDspLoadRoutine = 4;
   static constexpr uint16_t kMeasurementEnded = 6;
 
-  MeasurementsHandler(const MeasurementFigures& figures, Journal& journal);
+  MeasurementsHandler(const MeasurementFigures& figures, sim::Journal& journal);
 
   void handle(const Request& request, const ReplyPath& reply, nlohmann::json& entry) override;
 
@@ -39,7 +40,7 @@ class MeasurementsHandler : public AgentHandler {
   };
 
   const MeasurementFigures& figures_;
-  Journal& journal_;
+  sim::Journal& journal_;
   std::optional<Running> running_;
   uint32_t lastMeasuredUs_ = 0;
 };

@@ -13,12 +13,13 @@
 #include "daxo-sim/agent_handler.h"
 #include "daxo-sim/simulated_buffer.h"
 #include "daxo-sim/super_trace_settings.h"
+#include "service/signals/daxo_connect_signals.h"
 
 namespace kvn::daxosim {
 
 class MemoryBufferHandler : public AgentHandler {
  public:
-  static constexpr uint16_t kImplementsCode = 9;
+  static constexpr uint16_t kImplementsCode = kImplementsMemoryBuffer;
   static constexpr size_t kMaxBlockHeaders = 65535;
 
   explicit MemoryBufferHandler(SimulatedBuffer& buffer,

@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/big_endian.h"
+
 namespace kvn::daxosim {
 
 namespace {
@@ -19,9 +21,8 @@ void RegisterManagerHandler::handle(const Request& request, const ReplyPath& rep
   }
   if (request.bodySize < 6) throw std::runtime_error("set register request is too short");
   const uint8_t* b = request.body;
-  const uint16_t id = static_cast<uint16_t>(b[0] << 8 | b[1]);
-  const uint32_t value = static_cast<uint32_t>(b[2]) << 24 | static_cast<uint32_t>(b[3]) << 16 |
-                         static_cast<uint32_t>(b[4]) << 8 | b[5];
+  const uint16_t id = loadBe16(b);
+  const uint32_t value = loadBe32(b + 2);
   registers_[id] = value;
   entry["registerId"] = id;
   entry["value"] = value;

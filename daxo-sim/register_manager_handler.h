@@ -7,12 +7,13 @@
 #include <map>
 
 #include "daxo-sim/agent_handler.h"
+#include "service/signals/daxo_connect_signals.h"
 
 namespace kvn::daxosim {
 
 class RegisterManagerHandler : public AgentHandler {
  public:
-  static constexpr uint16_t kImplementsCode = 10;
+  static constexpr uint16_t kImplementsCode = kImplementsRttManager;
 
   void handle(const Request& request, const ReplyPath& reply, nlohmann::json& entry) override;
 

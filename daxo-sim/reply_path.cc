@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "base/big_endian.h"
 #include "daxo-sim/connect_message.h"
 
 namespace kvn::daxosim {
@@ -20,10 +21,7 @@ void ReplyPath::send(uint16_t submsgno, const std::vector<uint8_t>& body) const 
   const uint32_t msgno = ConnectMessage::kBaseSignalNo;
   memcpy(&m[0], &msgno, 4);
   const uint16_t fields[3] = {peerRoutine_, ownRoutine_, submsgno};
-  for (int i = 0; i < 3; ++i) {
-    m[4 + 2 * i] = static_cast<uint8_t>(fields[i] >> 8);
-    m[5 + 2 * i] = static_cast<uint8_t>(fields[i]);
-  }
+  for (int i = 0; i < 3; ++i) storeBe16(&m[4 + 2 * i], fields[i]);
   if (!body.empty()) memcpy(&m[ConnectMessage::kHeaderSize], body.data(), body.size());
   transport_(std::move(m), peerMailbox_);
 }

@@ -4,16 +4,13 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/big_endian.h"
 #include "daxo-sim/connect_message.h"
 #include "daxo-sim/signal_catalog.h"
 
 namespace kvn::daxosim {
 
-namespace {
-uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
-}  // namespace
-
-RequestRouter::RequestRouter(const HandlerRegistry& handlers, Journal& journal,
+RequestRouter::RequestRouter(const HandlerRegistry& handlers, sim::Journal& journal,
                              ReplyPath::Transport transport)
     : handlers_(handlers), journal_(journal), transport_(std::move(transport)) {}
 
@@ -24,15 +21,15 @@ void RequestRouter::route(uint32_t senderMailbox, const uint8_t* message, size_t
   if (size < ConnectMessage::kHeaderSize) {
     // Too short for a header: nothing to route it by, but it is still worth seeing.
     entry["error"] = "shorter than the message header";
-    entry["body"] = Journal::hex(message, size);
+    entry["body"] = sim::Journal::hex(message, size);
     journal_.write(entry);
     return;
   }
   AgentHandler::Request req;
   req.senderMailbox = senderMailbox;
-  req.dstRoutineId = be16(message + 4);
-  req.srcRoutineId = be16(message + 6);
-  req.submsgno = be16(message + 8);
+  req.dstRoutineId = loadBe16(message + 4);
+  req.srcRoutineId = loadBe16(message + 6);
+  req.submsgno = loadBe16(message + 8);
   req.implementsCode = handlers_.codeOf(req.dstRoutineId);
   req.body = message + ConnectMessage::kHeaderSize;
   req.bodySize = size - ConnectMessage::kHeaderSize;
@@ -43,7 +40,7 @@ void RequestRouter::route(uint32_t senderMailbox, const uint8_t* message, size_t
   entry["implements"] = req.implementsCode;
   if (const char* name = SignalCatalog::requestName(req.implementsCode, req.submsgno))
     entry["name"] = name;
-  entry["body"] = Journal::hex(req.body, req.bodySize);
+  entry["body"] = sim::Journal::hex(req.body, req.bodySize);
 
   ReplyPath reply(transport_, senderMailbox, req.srcRoutineId, req.dstRoutineId);
   try {

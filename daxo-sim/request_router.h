@@ -6,21 +6,22 @@
 #include <stdint.h>
 
 #include "daxo-sim/handler_registry.h"
-#include "daxo-sim/journal.h"
 #include "daxo-sim/reply_path.h"
+#include "sim/journal.h"
 
 namespace kvn::daxosim {
 
 class RequestRouter {
  public:
-  RequestRouter(const HandlerRegistry& handlers, Journal& journal, ReplyPath::Transport transport);
+  RequestRouter(const HandlerRegistry& handlers, sim::Journal& journal,
+                ReplyPath::Transport transport);
 
   // `message` is the whole message as received, header included.
   void route(uint32_t senderMailbox, const uint8_t* message, size_t size);
 
  private:
   const HandlerRegistry& handlers_;
-  Journal& journal_;
+  sim::Journal& journal_;
   ReplyPath::Transport transport_;
 };
 

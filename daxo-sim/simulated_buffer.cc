@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/big_endian.h"
+
 namespace kvn::daxosim {
 
 void SimulatedBuffer::reset() {
@@ -22,9 +24,7 @@ void SimulatedBuffer::appendData(const Block& block, uint32_t offset, uint32_t l
     return;
   }
   for (uint64_t i = block.firstWord + offset; i < block.firstWord + offset + length; ++i) {
-    const uint16_t w = word(block.source, i);
-    out.push_back(static_cast<uint8_t>(w >> 8));
-    out.push_back(static_cast<uint8_t>(w));
+    appendBe16(out, word(block.source, i));
   }
 }
 

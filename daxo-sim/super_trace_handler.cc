@@ -6,6 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/big_endian.h"
+
 namespace kvn::daxosim {
 
 namespace {
@@ -23,8 +25,6 @@ enum : uint16_t {
 
 // A rate times a time is a whole number of words more often than binary fractions show.
 constexpr double kRounding = 1e-6;
-
-uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
 
 SimulatedBuffer::Time wallTime(uint64_t sinceStartUs) {
   timeval tv;
@@ -51,7 +51,7 @@ constexpr uint8_t kLpp = 4;
 }  // namespace
 
 SuperTraceHandler::SuperTraceHandler(SimulatedBuffer& buffer, const SuperTraceSettings& settings,
-                                     Journal& journal, std::function<Clock::time_point()> now)
+                                     sim::Journal& journal, std::function<Clock::time_point()> now)
     : buffer_(buffer),
       settings_(settings),
       journal_(journal),
@@ -69,7 +69,7 @@ void SuperTraceHandler::handle(const Request& request, const ReplyPath& reply,
       return;
     case kProducerStartInd:
       if (request.bodySize < 2) throw std::runtime_error("producer start without a source mask");
-      sourceMask_ = be16(request.body);
+      sourceMask_ = loadBe16(request.body);
       producing_ = true;
       fullSent_ = false;
       drainWatched_ = false;

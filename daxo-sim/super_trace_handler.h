@@ -15,24 +15,25 @@
 #include <vector>
 
 #include "daxo-sim/agent_handler.h"
-#include "daxo-sim/journal.h"
 #include "daxo-sim/simulated_buffer.h"
 #include "daxo-sim/super_trace_settings.h"
 #include "daxo-sim/trace_record_writer.h"
+#include "service/signals/daxo_connect_signals.h"
+#include "sim/journal.h"
 
 namespace kvn::daxosim {
 
 class SuperTraceHandler : public AgentHandler {
  public:
-  static constexpr uint16_t kImplementsCode = 4;
+  static constexpr uint16_t kImplementsCode = kImplementsEmbuf;
   static constexpr uint16_t kServiceRoutine = 3;
 
   using Clock = std::chrono::steady_clock;
   // Words taken from the buffer by the consumer, to be sent on, and the records among them.
   using OnConsumed = std::function<void(uint64_t words, const std::vector<uint8_t>& records)>;
 
-  SuperTraceHandler(SimulatedBuffer& buffer, const SuperTraceSettings& settings, Journal& journal,
-                    std::function<Clock::time_point()> now = Clock::now);
+  SuperTraceHandler(SimulatedBuffer& buffer, const SuperTraceSettings& settings,
+                    sim::Journal& journal, std::function<Clock::time_point()> now = Clock::now);
 
   void handle(const Request& request, const ReplyPath& reply, nlohmann::json& entry) override;
 
@@ -65,7 +66,7 @@ class SuperTraceHandler : public AgentHandler {
 
   SimulatedBuffer& buffer_;
   SuperTraceSettings settings_;
-  Journal& journal_;
+  sim::Journal& journal_;
   std::function<Clock::time_point()> now_;
   Clock::time_point last_;
   OnConsumed onConsumed_;

@@ -5,20 +5,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/big_endian.h"
+
 namespace kvn::daxosim {
 
 namespace {
-
-uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
-uint32_t be32(const uint8_t* p) { return static_cast<uint32_t>(be16(p)) << 16 | be16(p + 2); }
-void put16(std::vector<uint8_t>& b, uint16_t v) {
-  b.push_back(static_cast<uint8_t>(v >> 8));
-  b.push_back(static_cast<uint8_t>(v));
-}
-void put32(std::vector<uint8_t>& b, uint32_t v) {
-  put16(b, static_cast<uint16_t>(v >> 16));
-  put16(b, static_cast<uint16_t>(v));
-}
 
 struct Step {
   uint16_t request;
@@ -57,51 +48,51 @@ void TraceDestHandler::handle(const Request& request, const ReplyPath& reply,
   const uint8_t* b = request.body;
   switch (step->request) {
     case 3:
-      entry["portId"] = be16(b);
+      entry["portId"] = loadBe16(b);
       break;
     case 6:
-      entry["portId"] = be16(b);
-      entry["innerVlan"] = be16(b + 8);
-      entry["maxKBytesPerSecond"] = be32(b + 10);
-      entry["outerVlan"] = be16(b + 14);
+      entry["portId"] = loadBe16(b);
+      entry["innerVlan"] = loadBe16(b + 8);
+      entry["maxKBytesPerSecond"] = loadBe32(b + 10);
+      entry["outerVlan"] = loadBe16(b + 14);
       break;
     case 9:
-      entry["portId"] = be16(b);
-      entry["count"] = be16(b + 2);
-      entry["type"] = be16(b + 4);
-      entry["tnEbcomId"] = be32(b + 6);
-      entry["tnPcep"] = be32(b + 10);
-      entry["tnQidx"] = be16(b + 14);
+      entry["portId"] = loadBe16(b);
+      entry["count"] = loadBe16(b + 2);
+      entry["type"] = loadBe16(b + 4);
+      entry["tnEbcomId"] = loadBe32(b + 6);
+      entry["tnPcep"] = loadBe32(b + 10);
+      entry["tnQidx"] = loadBe16(b + 14);
       break;
     case 12:
-      entry["portId"] = be16(b);
-      entry["socketId"] = be16(b + 4);
+      entry["portId"] = loadBe16(b);
+      entry["socketId"] = loadBe16(b + 4);
       break;
     default:
       break;
   }
   std::vector<uint8_t> body;
   if (reject_ && reject_->step == step->name) {
-    put16(body, static_cast<uint16_t>(reject_->cause));
+    appendBe16(body, static_cast<uint16_t>(reject_->cause));
     reply.send(step->request + 2, body);
     entry["reject"] = reject_->cause;
     return;
   }
   if (step->request == 0) {
-    put16(body, values_.portId);
-    put16(body, values_.agentVlan);
-    for (uint16_t w : values_.sourceMac) put16(body, w);
-    put32(body, 0);
-    put32(body, values_.sourceInfoA);
-    put16(body, values_.sourceInfoB);
+    appendBe16(body, values_.portId);
+    appendBe16(body, values_.agentVlan);
+    for (uint16_t w : values_.sourceMac) appendBe16(body, w);
+    appendBe32(body, 0);
+    appendBe32(body, values_.sourceInfoA);
+    appendBe16(body, values_.sourceInfoB);
   } else if (step->request == 9) {
-    put16(body, 1);
-    put16(body, values_.socketId);
+    appendBe16(body, 1);
+    appendBe16(body, values_.socketId);
   }
   reply.send(step->request + 1, body);
   entry["confirm"] = "sent";
-  if (onSocket_ && step->request == 9) onSocket_(values_.socketId, be32(b + 6));
-  if (onSocket_ && step->request == 12) onSocket_(be16(b + 4), std::nullopt);
+  if (onSocket_ && step->request == 9) onSocket_(values_.socketId, loadBe32(b + 6));
+  if (onSocket_ && step->request == 12) onSocket_(loadBe16(b + 4), std::nullopt);
 }
 
 }  // namespace kvn::daxosim

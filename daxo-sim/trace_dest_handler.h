@@ -12,12 +12,13 @@
 
 #include "daxo-sim/agent_description.h"
 #include "daxo-sim/agent_handler.h"
+#include "service/signals/daxo_connect_signals.h"
 
 namespace kvn::daxosim {
 
 class TraceDestHandler : public AgentHandler {
  public:
-  static constexpr uint16_t kImplementsCode = 6;
+  static constexpr uint16_t kImplementsCode = kImplementsTraceDest;
 
   // A step to reject: "alloc", "config", "open", "close" or "free", and the cause.
   struct Rejection {

@@ -6,21 +6,14 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/big_endian.h"
+
 namespace kvn::daxosim {
 
 namespace {
 
 constexpr uint16_t kInfoReq = 0, kInfoCfm = 1, kDataReq = 2, kDataCfm = 3, kClearReq = 4,
                    kClearCfm = 5;
-
-void be16(std::vector<uint8_t>& b, uint16_t v) {
-  b.push_back(static_cast<uint8_t>(v >> 8));
-  b.push_back(static_cast<uint8_t>(v));
-}
-void be32(std::vector<uint8_t>& b, uint32_t v) {
-  be16(b, static_cast<uint16_t>(v >> 16));
-  be16(b, static_cast<uint16_t>(v));
-}
 
 }  // namespace
 
@@ -29,10 +22,10 @@ void TraceHitCounterHandler::handle(const Request& request, const ReplyPath& rep
   std::vector<uint8_t> body;
   switch (request.submsgno) {
     case kInfoReq:
-      be32(body, table_.droppedHits);
-      be32(body, table_.droppedStrids);
-      be32(body, 0);
-      be32(body, static_cast<uint32_t>(table_.rows.size()));
+      appendBe32(body, table_.droppedHits);
+      appendBe32(body, table_.droppedStrids);
+      appendBe32(body, 0);
+      appendBe32(body, static_cast<uint32_t>(table_.rows.size()));
       entry["nrOfEntries"] = table_.rows.size();
       reply.send(kInfoCfm, body);
       return;
@@ -42,14 +35,14 @@ void TraceHitCounterHandler::handle(const Request& request, const ReplyPath& rep
       const size_t count = first < table_.rows.size()
                                ? std::min<size_t>(table_.rows.size() - first, table_.rowsPerConfirm)
                                : 0;
-      be16(body, static_cast<uint16_t>(count));
-      be16(body, static_cast<uint16_t>(first));
+      appendBe16(body, static_cast<uint16_t>(count));
+      appendBe16(body, static_cast<uint16_t>(first));
       for (size_t i = first; i < first + count; ++i) {
         const AgentDescription::HitCounterRow& r = table_.rows[i];
-        be16(body, r.strid);
-        be16(body, r.traceGroup);
+        appendBe16(body, r.strid);
+        appendBe16(body, r.traceGroup);
         for (uint32_t v : {r.args[0], r.args[1], r.args[2], r.counter, r.firstHit, r.lastHit})
-          be32(body, v);
+          appendBe32(body, v);
       }
       entry["firstIndex"] = first;
       entry["rows"] = count;

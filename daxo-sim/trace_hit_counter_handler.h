@@ -8,12 +8,13 @@
 
 #include "daxo-sim/agent_description.h"
 #include "daxo-sim/agent_handler.h"
+#include "service/signals/daxo_connect_signals.h"
 
 namespace kvn::daxosim {
 
 class TraceHitCounterHandler : public AgentHandler {
  public:
-  static constexpr uint16_t kImplementsCode = 13;
+  static constexpr uint16_t kImplementsCode = kImplementsTraceHitCounter;
 
   explicit TraceHitCounterHandler(AgentDescription::HitCounterTable table)
       : table_(std::move(table)) {}

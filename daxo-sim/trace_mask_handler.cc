@@ -5,15 +5,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/big_endian.h"
+
 namespace kvn::daxosim {
 
 namespace {
-
-uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
-uint32_t be32(const uint8_t* p) {
-  return static_cast<uint32_t>(p[0]) << 24 | static_cast<uint32_t>(p[1]) << 16 |
-         static_cast<uint32_t>(p[2]) << 8 | p[3];
-}
 
 constexpr uint16_t kSetMaskReq = 0, kSetMaskCfm = 1, kInjectUreq = 2;
 constexpr size_t kEntrySize = 6;
@@ -26,7 +22,7 @@ void TraceMaskHandler::handle(const Request& request, const ReplyPath& reply,
     // An injected trace text: decoded for the journal, nothing to answer.
     entry["answered"] = false;
     if (request.bodySize < 2) throw std::runtime_error("injected text without a word count");
-    const size_t bytes = 2 * size_t{be16(request.body)};
+    const size_t bytes = 2 * size_t{loadBe16(request.body)};
     if (request.bodySize < 2 + bytes)
       throw std::runtime_error("injected text of " + std::to_string(bytes) + " bytes is too short");
     std::string text(reinterpret_cast<const char*>(request.body + 2), bytes);
@@ -40,15 +36,15 @@ void TraceMaskHandler::handle(const Request& request, const ReplyPath& reply,
     return;
   }
   if (request.bodySize < 2) throw std::runtime_error("set mask request without a count");
-  const uint16_t count = be16(request.body);
+  const uint16_t count = loadBe16(request.body);
   if (request.bodySize < 2 + kEntrySize * count)
     throw std::runtime_error("set mask request of " + std::to_string(count) +
                              " entries is too short");
   nlohmann::json masks = nlohmann::json::array();
   for (uint16_t i = 0; i < count; ++i) {
     const uint8_t* e = request.body + 2 + kEntrySize * i;
-    const uint16_t strId = be16(e);
-    const uint32_t mask = be32(e + 2);
+    const uint16_t strId = loadBe16(e);
+    const uint32_t mask = loadBe32(e + 2);
     masks_[strId] = mask;
     masks.push_back({{"strId", strId}, {"mask", mask}});
   }

@@ -12,12 +12,13 @@
 
 #include "daxo-sim/agent_handler.h"
 #include "daxo-sim/confirm_sender.h"
+#include "service/signals/daxo_connect_signals.h"
 
 namespace kvn::daxosim {
 
 class TraceMaskHandler : public AgentHandler {
  public:
-  static constexpr uint16_t kImplementsCode = 14;
+  static constexpr uint16_t kImplementsCode = kImplementsTraceObjectManager;
 
   explicit TraceMaskHandler(ConfirmSender& confirms) : confirms_(confirms) {}
 

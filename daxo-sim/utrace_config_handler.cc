@@ -5,11 +5,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/big_endian.h"
+
 namespace kvn::daxosim {
 
 namespace {
-
-uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
 
 constexpr uint16_t kSetConfigReq = 0, kSetConfigCfm = 1;
 constexpr size_t kEntrySize = 4;
@@ -23,15 +23,15 @@ void UtraceConfigHandler::handle(const Request& request, const ReplyPath& reply,
     return;
   }
   if (request.bodySize < 2) throw std::runtime_error("utrace config request without a count");
-  const uint16_t count = be16(request.body);
+  const uint16_t count = loadBe16(request.body);
   if (request.bodySize < 2 + kEntrySize * count)
     throw std::runtime_error("utrace config request of " + std::to_string(count) +
                              " entries is too short");
   nlohmann::json points = nlohmann::json::array();
   for (uint16_t i = 0; i < count; ++i) {
     const uint8_t* e = request.body + 2 + kEntrySize * i;
-    const uint16_t id = be16(e);
-    const bool differs = (be16(e + 2) & 1) != 0;
+    const uint16_t id = loadBe16(e);
+    const bool differs = (loadBe16(e + 2) & 1) != 0;
     differs_[id] = differs;
     points.push_back({{"id", id}, {"differs", differs}});
   }

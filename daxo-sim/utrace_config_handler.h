@@ -9,12 +9,13 @@
 
 #include "daxo-sim/agent_handler.h"
 #include "daxo-sim/confirm_sender.h"
+#include "service/signals/daxo_connect_signals.h"
 
 namespace kvn::daxosim {
 
 class UtraceConfigHandler : public AgentHandler {
  public:
-  static constexpr uint16_t kImplementsCode = 15;
+  static constexpr uint16_t kImplementsCode = kImplementsUniqueTraceManager;
 
   explicit UtraceConfigHandler(ConfirmSender& confirms) : confirms_(confirms) {}
 

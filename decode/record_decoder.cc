@@ -7,7 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "lmc/big_endian.h"
+#include "base/big_endian.h"
 #include "tracerecords/trace_record_reader.h"
 #include "tracetables/trace_group_table.h"
 #include "tracetables/trace_string_formatter.h"
@@ -212,7 +212,7 @@ void RecordDecoder::decodeDatagram(const uint8_t* data, size_t size) {
     report(at, "a datagram shorter than its sequence number", size);
     return;
   }
-  const uint32_t seq = lmc::loadBe32(data);
+  const uint32_t seq = kvn::loadBe32(data);
   if (datagrams_++ > 0 && seq != nextDatagram_) ++datagramGaps_;
   nextDatagram_ = seq + 1;
   decode(data + TraceRecord::kDatagramHeaderSize, size - TraceRecord::kDatagramHeaderSize,

@@ -8,12 +8,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/big_endian.h"
+
 namespace kvn::diagsim {
 
 namespace {
-
-uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
-uint32_t be32(const uint8_t* p) { return static_cast<uint32_t>(be16(p)) << 16 | be16(p + 2); }
 
 std::string hexBytes(const uint8_t* p, size_t n) {
   std::string s;
@@ -32,17 +31,15 @@ std::vector<uint8_t> DiagMessage::encode(uint16_t dst, uint16_t src, uint16_t su
   std::vector<uint8_t> m(kHeaderSize + body.size(), 0);
   memcpy(m.data(), &kBaseSignalNo, 4);
   const uint16_t fields[3] = {dst, src, submsgno};
-  for (int i = 0; i < 3; ++i) {
-    m[4 + 2 * i] = static_cast<uint8_t>(fields[i] >> 8);
-    m[5 + 2 * i] = static_cast<uint8_t>(fields[i]);
-  }
+  for (int i = 0; i < 3; ++i) storeBe16(&m[4 + 2 * i], fields[i]);
   std::copy(body.begin(), body.end(), m.begin() + kHeaderSize);
   return m;
 }
 
 std::vector<uint8_t> DiagMessage::helloBody(uint32_t value) {
-  return {static_cast<uint8_t>(value >> 24), static_cast<uint8_t>(value >> 16),
-          static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)};
+  std::vector<uint8_t> body;
+  appendBe32(body, value);
+  return body;
 }
 
 void DiagMessage::readHelloReply(const uint8_t* body, size_t size, nlohmann::json& entry) {
@@ -50,8 +47,8 @@ void DiagMessage::readHelloReply(const uint8_t* body, size_t size, nlohmann::jso
     entry["error"] = "hello reply shorter than its fields";
     return;
   }
-  entry["word"] = be32(body);  // 2 when the service sends it as the diag handler expects
-  const uint16_t length = be16(body + 4);
+  entry["word"] = loadBe32(body);  // 2 when the service sends it as the diag handler expects
+  const uint16_t length = loadBe16(body + 4);
   if (6 + static_cast<size_t>(length) > size) {
     entry["error"] = "instance name runs past the message";
     return;
@@ -64,17 +61,17 @@ void DiagMessage::readCreateRequest(const uint8_t* body, size_t size, nlohmann::
     entry["error"] = "UDP session request shorter than 562 bytes";
     return;
   }
-  entry["clientRef"] = be32(body);
+  entry["clientRef"] = loadBe32(body);
   const char* ldn = reinterpret_cast<const char*>(body + 4);
   entry["ldn"] = std::string(ldn, strnlen(ldn, 512));
-  const uint16_t family = be16(body + 516);
+  const uint16_t family = loadBe16(body + 516);
   entry["family"] = family;
   char ip[64] = {};
   inet_ntop(family == 6 ? AF_INET6 : AF_INET, body + 518, ip, sizeof ip);
   entry["ip"] = ip;
-  entry["udpPortNr"] = be16(body + 534);
-  entry["sourceInfoA"] = be32(body + 538);
-  entry["sourceInfoB"] = be16(body + 542);
+  entry["udpPortNr"] = loadBe16(body + 534);
+  entry["sourceInfoA"] = loadBe32(body + 538);
+  entry["sourceInfoB"] = loadBe16(body + 542);
   entry["sourceMac"] = hexBytes(body + 544, 6);
 }
 
@@ -83,7 +80,7 @@ void DiagMessage::readDeleteIndication(const uint8_t* body, size_t size, nlohman
     entry["error"] = "delete indication shorter than its client reference";
     return;
   }
-  entry["clientRef"] = be32(body);
+  entry["clientRef"] = loadBe32(body);
 }
 
 }  // namespace kvn::diagsim

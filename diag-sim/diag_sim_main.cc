@@ -12,8 +12,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "daxo-sim/journal.h"
 #include "diag-sim/diag_simulator.h"
+#include "sim/journal.h"
 
 namespace {
 
@@ -163,9 +163,9 @@ int main(int argc, char** argv) {
       usage(stderr);
       return 2;
     }
-    std::unique_ptr<kvn::daxosim::Journal> journal =
-        journalPath.empty() ? std::make_unique<kvn::daxosim::Journal>()
-                            : std::make_unique<kvn::daxosim::Journal>(journalPath);
+    std::unique_ptr<kvn::sim::Journal> journal =
+        journalPath.empty() ? std::make_unique<kvn::sim::Journal>()
+                            : std::make_unique<kvn::sim::Journal>(journalPath);
     struct sigaction sa;
     memset(&sa, 0, sizeof sa);
     sa.sa_handler = onStopSignal;

@@ -7,22 +7,19 @@
 
 #include <nlohmann/json.hpp>
 
-#include "daxo-sim/udp_stream.h"
+#include "base/big_endian.h"
 #include "diag-sim/diag_message.h"
 #include "pxm/pxm.h"
+#include "sim/udp_stream.h"
 
 namespace kvn::diagsim {
 
 namespace {
 constexpr uint32_t kReceiveTimeoutMs = 200;  // how long a stop request may wait
-uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
 }  // namespace
 
-DiagSimulator::DiagSimulator(Options options, daxosim::Journal& journal)
-    : options_(std::move(options)),
-      journal_(journal),
-      ownMailbox_(PXM_NO_MBOX),
-      service_(PXM_NO_MBOX) {}
+DiagSimulator::DiagSimulator(Options options, sim::Journal& journal)
+    : options_(std::move(options)), journal_(journal), ownMailbox_(PXM_NO_MBOX) {}
 
 DiagSimulator::~DiagSimulator() {
   closeMailbox();
@@ -75,37 +72,27 @@ bool DiagSimulator::openMailbox() {
 }
 
 void DiagSimulator::closeMailbox() {
-  if (monitoring_) pxm_unmonitor(serviceMonitor_);
-  monitoring_ = false;
-  service_ = PXM_NO_MBOX;
+  watch_.forget();
   if (ownMailbox_ != PXM_NO_MBOX) pxm_delete_mailbox(ownMailbox_);
   ownMailbox_ = PXM_NO_MBOX;
 }
 
 void DiagSimulator::findService() {
-  const uint32_t id = pxm_locate(options_.serviceName.c_str());
-  if (id != PXM_NO_MBOX) {
-    hello(id);
-    return;
-  }
-  pxm_msg* found = pxm_alloc(sizeof(uint32_t), kServiceFoundSignal);
-  pxm_locate_async(options_.serviceName.c_str(), &found, PXM_MY_MBOX);
-  note("waiting_for_service");
+  if (const std::optional<uint32_t> id = watch_.locate(options_.serviceName))
+    hello(*id);
+  else
+    note("waiting_for_service");
 }
 
 void DiagSimulator::hello(uint32_t service) {
-  service_ = service;
-  if (monitoring_) pxm_unmonitor(serviceMonitor_);
-  pxm_msg* none = nullptr;
-  serviceMonitor_ = pxm_monitor(service_, &none);
-  monitoring_ = true;
+  watch_.watch(service);
   ++hellos_;
   send(DiagMessage::encode(DiagMessage::kServiceRoutine, kHelloRoutine, DiagMessage::kHello,
                            DiagMessage::helloBody(hellos_)),
-       service_);
+       service);
   nlohmann::json entry;
   entry["event"] = "hello_sent";
-  entry["service"] = service_;
+  entry["service"] = service;
   entry["mailbox"] = ownMailbox_;
   entry["hello"] = hellos_;
   journal_.write(entry);
@@ -115,29 +102,20 @@ void DiagSimulator::handle(pxm_msg* msg) {
   const uint32_t sender = pxm_sender(msg);
   const size_t size = pxm_size(msg);
   const uint8_t* bytes = reinterpret_cast<const uint8_t*>(msg);
-  switch (msg->msgno) {
-    case DiagMessage::kBaseSignalNo:
-      handleRoutineMessage(sender, bytes, size);
+  if (msg->msgno == DiagMessage::kBaseSignalNo) {
+    handleRoutineMessage(sender, bytes, size);
+    return;
+  }
+  switch (watch_.classify(msg)) {
+    case sim::ServiceWatch::Event::kFound:
+      findService();
       return;
-    case kServiceFoundSignal: {
-      const uint32_t id = pxm_locate(options_.serviceName.c_str());
-      if (id == PXM_NO_MBOX)
-        findService();
-      else
-        hello(id);
+    case sim::ServiceWatch::Event::kLost:
+      held_.clear();
+      note("service_lost");
+      findService();
       return;
-    }
-    case PXM_MBOX_GONE:
-      if (sender == service_ && monitoring_) {
-        monitoring_ = false;
-        service_ = PXM_NO_MBOX;
-        held_.clear();
-        note("service_lost");
-        findService();
-        return;
-      }
-      break;
-    default:
+    case sim::ServiceWatch::Event::kNone:
       break;
   }
   nlohmann::json entry;
@@ -157,13 +135,14 @@ void DiagSimulator::handleRoutineMessage(uint32_t sender, const uint8_t* bytes, 
     journal_.write(entry);
     return;
   }
-  const uint16_t dst = be16(bytes + 4), src = be16(bytes + 6), submsgno = be16(bytes + 8);
+  const uint16_t dst = loadBe16(bytes + 4), src = loadBe16(bytes + 6),
+                 submsgno = loadBe16(bytes + 8);
   const uint8_t* body = bytes + DiagMessage::kHeaderSize;
   const size_t bodySize = size - DiagMessage::kHeaderSize;
   entry["dst"] = dst;
   entry["src"] = src;
   entry["submsgno"] = submsgno;
-  entry["body"] = daxosim::Journal::hex(body, bodySize);
+  entry["body"] = sim::Journal::hex(body, bodySize);
   if (dst == kHelloRoutine && submsgno == DiagMessage::kHelloReply) {
     entry["name"] = "HELLO_REPLY";
     DiagMessage::readHelloReply(body, bodySize, entry);
@@ -214,8 +193,8 @@ void DiagSimulator::sendDue() {
     send(h.message, h.to);
     nlohmann::json entry;
     entry["event"] = "reply_sent";
-    entry["to"] = be16(h.message.data() + 4);
-    entry["submsgno"] = be16(h.message.data() + 8);
+    entry["to"] = loadBe16(h.message.data() + 4);
+    entry["submsgno"] = loadBe16(h.message.data() + 8);
     journal_.write(entry);
   }
 }
@@ -235,7 +214,7 @@ void DiagSimulator::send(const std::vector<uint8_t>& message, uint32_t to) {
 void DiagSimulator::publishSession(const nlohmann::json& request) {
   if (options_.sessionsDir.empty() || !request.contains("ip")) return;
   const std::string path =
-      daxosim::UdpStream::sessionFile(options_.sessionsDir, options_.answer.sessionId);
+      sim::UdpStream::sessionFile(options_.sessionsDir, options_.answer.sessionId);
   // Whole or not at all: the agent may read it at any moment.
   const std::string temporary = path + ".new";
   std::ofstream(temporary) << request["ip"].get<std::string>() << " "

@@ -13,8 +13,9 @@
 #include <string>
 #include <vector>
 
-#include "daxo-sim/journal.h"
 #include "diag-sim/tsi_answer.h"
+#include "sim/journal.h"
+#include "sim/service_watch.h"
 
 union pxm_msg;
 
@@ -42,7 +43,7 @@ class DiagSimulator {
   // The number of the message that the hub delivers when the service's mailbox exists.
   static constexpr uint32_t kServiceFoundSignal = 0x0D5A0002;
 
-  DiagSimulator(Options options, daxosim::Journal& journal);
+  DiagSimulator(Options options, sim::Journal& journal);
   ~DiagSimulator();
   DiagSimulator(const DiagSimulator&) = delete;
   DiagSimulator& operator=(const DiagSimulator&) = delete;
@@ -71,12 +72,10 @@ class DiagSimulator {
   void publishSession(const nlohmann::json& request);
 
   Options options_;
-  daxosim::Journal& journal_;
+  sim::Journal& journal_;
   bool initialized_ = false;
   uint32_t ownMailbox_;
-  uint32_t service_;
-  uint32_t serviceMonitor_ = 0;
-  bool monitoring_ = false;
+  sim::ServiceWatch watch_{kServiceFoundSignal};
   uint32_t hellos_ = 0;
   std::deque<Held> held_;
 };

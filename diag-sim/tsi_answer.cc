@@ -2,18 +2,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/big_endian.h"
+
 namespace kvn::diagsim {
 
 namespace {
-
-void put16(std::vector<uint8_t>& b, uint16_t v) {
-  b.push_back(static_cast<uint8_t>(v >> 8));
-  b.push_back(static_cast<uint8_t>(v));
-}
-void put32(std::vector<uint8_t>& b, uint32_t v) {
-  put16(b, static_cast<uint16_t>(v >> 16));
-  put16(b, static_cast<uint16_t>(v));
-}
 
 uint32_t number(const nlohmann::json& j, const char* key, uint32_t max) {
   const nlohmann::json& v = j.at(key);
@@ -64,19 +57,19 @@ TsiAnswer TsiAnswer::fromJson(const nlohmann::json& j) {
 
 std::vector<uint8_t> TsiAnswer::confirmBody() const {
   std::vector<uint8_t> b;
-  put32(b, sessionId);
-  put32(b, pcep);
-  put16(b, qidx);
+  appendBe32(b, sessionId);
+  appendBe32(b, pcep);
+  appendBe16(b, qidx);
   b.insert(b.end(), mac.begin(), mac.end());
-  put32(b, innerVlan);
-  put32(b, outerVlan);
+  appendBe32(b, innerVlan);
+  appendBe32(b, outerVlan);
   return b;
 }
 
 std::vector<uint8_t> TsiAnswer::rejectBody() const {
   const std::string reason = reject.value_or("");
   std::vector<uint8_t> b;
-  put16(b, static_cast<uint16_t>(reason.size()));
+  appendBe16(b, static_cast<uint16_t>(reason.size()));
   b.insert(b.end(), reason.begin(), reason.end());
   return b;
 }

@@ -8,26 +8,22 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "base/big_endian.h"
 #include "service/agents/daxo_connect_client.h"
 #include "service/agents/daxo_trace_model.h"
 #include "service/agents/info_cmd_parser.h"
 #include "service/tracecontrol/log_cmd_parser.h"
 #include "service/tracecontrol/profile_cmd_parser.h"
-#include "util/cmd_session_factory.h"
-#include "util/routine_proxy.h"
+#include "service/zorf_cmd_parser.h"
+#include "util/cmd/cmd_session_factory.h"
+#include "util/mainloop/routine_proxy.h"
 #include "util/testing/scratch_dir.h"
-#include "util/zorf_cmd_parser.h"
 
 namespace kvn::fuzz {
 
 namespace {
 
 using kvn::testing::FakePxm;
-
-void putBe16(std::vector<uint8_t>& m, size_t at, uint16_t v) {
-  m[at] = static_cast<uint8_t>(v >> 8);
-  m[at + 1] = static_cast<uint8_t>(v);
-}
 
 // A private directory for the saved states that `zorf log save` writes, emptied after each
 // input so that no input leaves state behind for the next.
@@ -92,19 +88,19 @@ void ServiceHarness::connectSampleAgent(uint16_t number) {
                         {40, 0, {14, 0}}, {41, 0, {15, 0}}, {42, 0, {16, 0}}};
   const size_t count = sizeof attrs / sizeof attrs[0];
   std::vector<uint8_t> m(318 + 10 * count + 2, 0);
-  putBe16(m, 4, DaxoConnectClient::kVersionConnectRoutine);
+  storeBe16(&m[4], DaxoConnectClient::kVersionConnectRoutine);
   m[15] = 2;  // version
   memcpy(&m[16], "MOKA", 4);
   memcpy(&m[36], "daxo_dsp", 8);
   memcpy(&m[56], sampleLmc().data(), std::min<size_t>(sampleLmc().size(), 255));
-  putBe16(m, 312, 1);
-  putBe16(m, 314, number);
-  putBe16(m, 316, static_cast<uint16_t>(count));
+  storeBe16(&m[312], 1);
+  storeBe16(&m[314], number);
+  storeBe16(&m[316], static_cast<uint16_t>(count));
   for (size_t i = 0; i < count; ++i) {
-    putBe16(m, 318 + 10 * i, attrs[i].routine);
-    putBe16(m, 320 + 10 * i, attrs[i].type);
-    putBe16(m, 322 + 10 * i, attrs[i].value[0]);
-    putBe16(m, 324 + 10 * i, attrs[i].value[1]);
+    storeBe16(&m[318 + 10 * i], attrs[i].routine);
+    storeBe16(&m[320 + 10 * i], attrs[i].type);
+    storeBe16(&m[322 + 10 * i], attrs[i].value[0]);
+    storeBe16(&m[324 + 10 * i], attrs[i].value[1]);
   }
   const pxm_mbox_id_t agent = newAgentMailbox("daxo-" + std::to_string(number));
   agents_.push_back(agent);

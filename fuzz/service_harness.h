@@ -13,12 +13,11 @@
 #include <vector>
 
 #include "service/tracecontrol/trace_control_connect_hooks.h"
-#include "util/pxm_mainloop.h"
-#include "util/routine_table.h"
-#include "util/routine_table_log.h"
+#include "util/mainloop/pxm_mainloop.h"
+#include "util/mainloop/routine_table.h"
+#include "util/mainloop/timer_queue.h"
 #include "util/testing/fake_pxm.h"
-#include "util/testing/null_log.h"
-#include "util/timer_queue.h"
+#include "util/mainloop/timer_queue.h"
 
 namespace kvn::fuzz {
 
@@ -68,8 +67,7 @@ class ServiceHarness {
   kvn::testing::FakePxm pxm_;
   TimerQueue timers_;
   PxmMainloop loop_{&pxm_, "kvn-tracecontroller", &timers_};
-  kvn::testing::NullLog log_;
-  RoutineTable table_{&pxm_, kvn::testing::FakePxm::kBaseSignalNo, &log_};
+  RoutineTable table_{&pxm_, kvn::testing::FakePxm::kBaseSignalNo};
   pxm_mbox_id_t frontEnd_;
   std::vector<pxm_mbox_id_t> agents_;
   Answer answer_;

@@ -45,10 +45,10 @@ std::vector<uint8_t> CommandRequest::encode(const std::vector<std::string>& word
   const size_t len = argsLength(words);
   assert(!words.empty() && words.size() <= kMaxWords && len <= kMaxArgsLength);
   std::vector<uint8_t> msg(kRequestHeadSize + len, 0);
-  WireHeader{kFactoryRoutine, src, kRequest}.encode(msg.data());
-  putBe32(&msg[12], kProtocolVersion);
+  WireHeader{kFactoryRoutine, src, kCommandReq}.encode(msg.data());
+  storeBe32(&msg[12], kProtocolVersion);
   msg[16] = static_cast<uint8_t>(words.size());
-  putBe16(&msg[18], static_cast<uint16_t>(len));
+  storeBe16(&msg[18], static_cast<uint16_t>(len));
   uint8_t* p = &msg[kRequestHeadSize];
   for (const std::string& w : words) {
     memcpy(p, w.data(), w.size());

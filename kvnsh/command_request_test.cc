@@ -40,7 +40,7 @@ TEST(CommandRequestTest, LimitsOfCountAndLength) {
   std::vector<std::string> longLine = {"zoth", std::string(65535 - 5 - 1, 'a')};
   EXPECT_TRUE(CommandRequest::fits(longLine, &error));
   const std::vector<uint8_t> msg = CommandRequest::encode(longLine, 1);
-  EXPECT_EQ(getBe16(&msg[18]), 65535);
+  EXPECT_EQ(loadBe16(&msg[18]), 65535);
   longLine[1].push_back('a');
   EXPECT_FALSE(CommandRequest::fits(longLine, &error));
   EXPECT_THAT(error, HasSubstr("command line too long: 65536 bytes"));

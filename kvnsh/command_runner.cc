@@ -19,24 +19,24 @@ CommandRunner::CommandRunner(Mailbox& mailbox, ChunkWriter& out,
 
 void CommandRunner::sendAbort(MailboxId to, uint16_t lifeRoutine, uint16_t routine) {
   uint8_t msg[kAbortSize];
-  WireHeader{lifeRoutine, routine, kAbort}.encode(msg);
+  WireHeader{lifeRoutine, routine, kAbortInd}.encode(msg);
   mailbox_.send(to, msg, sizeof msg);
 }
 
 void CommandRunner::sendConfirm(MailboxId to, uint16_t printRoutine, uint16_t routine,
                                 uint16_t sequence) {
   uint8_t msg[kConfirmSize];
-  WireHeader{printRoutine, routine, kText}.encode(msg);
-  putBe16(msg + 12, sequence);
+  WireHeader{printRoutine, routine, kPrintInd}.encode(msg);
+  storeBe16(msg + 12, sequence);
   mailbox_.send(to, msg, sizeof msg);
 }
 
 void CommandRunner::settleStale(MailboxId from, const ServiceReply& reply) {
   // Release what the service still holds for the old command: its print routines wait for a
   // confirm, its life routine for an abort.
-  if (reply.header.submsgno == kText)
+  if (reply.header.submsgno == kPrintInd)
     sendConfirm(from, reply.header.src, reply.header.dst, reply.sequence);
-  else if (reply.header.submsgno == kAccepted)
+  else if (reply.header.submsgno == kCommandAccepted)
     sendAbort(from, reply.header.src, reply.header.dst);
 }
 
@@ -124,29 +124,29 @@ int CommandRunner::run(const std::string& serviceName, MailboxId service, uint16
       continue;
     }
     switch (reply.header.submsgno) {
-      case kAccepted:
+      case kCommandAccepted:
         accepted = true;
         life = reply.header.src;
         lifeMailbox = m.sender;
         abortIfReady();
         break;
-      case kRefused:
-        if (reply.reason == 1) {
+      case kCommandRefused:
+        if (reply.reason == kRefusedBadVersion) {
           notify_("the service refused the command: bad protocol version (reason 1)");
           return finish(false, kExitRefusedVersion);
         }
-        if (reply.reason == 2) {
+        if (reply.reason == kRefusedNotImplemented) {
           notify_("the service refused the command: command not implemented (reason 2)");
           return finish(false, kExitRefusedNotImplemented);
         }
         notify_("the service refused the command (reason " + std::to_string(reply.reason) + ")");
         return finish(false, kExitProtocolError);
-      case kEnded:
+      case kCommandEnded:
         // The life routine stays until the front end closes the command.
         if (accepted && !abortSent) sendAbort(lifeMailbox, life, routine);
         if (outputBroken) return finish(false, kExitOutputFailed);
         return finish(reply.result == 0, reply.result);
-      case kText:
+      case kPrintInd:
         if (!outputBroken && !out_.write(reply.stream, reply.text, reply.length)) {
           outputBroken = true;
           notify_(out_.error() + "; aborting the command");

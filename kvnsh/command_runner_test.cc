@@ -25,7 +25,7 @@ struct Sent {
   MailboxId to;
   WireHeader header;
   std::vector<uint8_t> bytes;
-  uint16_t body16() const { return getBe16(&bytes[12]); }
+  uint16_t body16() const { return loadBe16(&bytes[12]); }
 };
 
 // Plays the service: the test queues its messages; sends are recorded. When the queue is empty,
@@ -64,23 +64,23 @@ class FakeMailbox : public Mailbox {
     m.insert(m.end(), body.begin(), body.end());
     queue.push_back(std::move(m));
   }
-  void accept(uint16_t to = kMe) { push(to, kLife, kAccepted); }
+  void accept(uint16_t to = kMe) { push(to, kLife, kCommandAccepted); }
   void text(uint16_t from, const std::string& t, uint16_t seq = 0, uint16_t stream = 0,
             uint16_t to = kMe) {
     std::vector<uint8_t> body(6);
-    putBe16(&body[0], seq);
-    putBe16(&body[2], stream);
-    putBe16(&body[4], static_cast<uint16_t>(t.size()));
+    storeBe16(&body[0], seq);
+    storeBe16(&body[2], stream);
+    storeBe16(&body[4], static_cast<uint16_t>(t.size()));
     body.insert(body.end(), t.begin(), t.end());
     body.resize(body.size() + 20);  // the service allocates 20 bytes more
-    push(to, from, kText, body);
+    push(to, from, kPrintInd, body);
   }
-  void end(uint8_t result) { push(kMe, 500, kEnded, {result, 0}); }
+  void end(uint8_t result) { push(kMe, 500, kCommandEnded, {result, 0}); }
   void refuse(uint32_t reason) {
     std::vector<uint8_t> body(8);
-    putBe32(&body[0], 1);
-    putBe32(&body[4], reason);
-    push(kMe, 501, kRefused, body);
+    storeBe32(&body[0], 1);
+    storeBe32(&body[4], reason);
+    push(kMe, 501, kCommandRefused, body);
   }
   void gone() {
     std::vector<uint8_t> m(4);
@@ -142,20 +142,20 @@ TEST_F(CommandRunnerTest, PrintsConfirmsEachChunkAndClosesAfterTheEnd) {
 
   ASSERT_GE(mbox_.sent.size(), 1u);
   EXPECT_EQ(mbox_.sent[0].to, kService);
-  EXPECT_EQ(mbox_.sent[0].header.submsgno, kRequest);
+  EXPECT_EQ(mbox_.sent[0].header.submsgno, kCommandReq);
   EXPECT_EQ(mbox_.sent[0].header.src, kMe);
-  const std::vector<Sent> confirms = mbox_.sentOf(kText);
+  const std::vector<Sent> confirms = mbox_.sentOf(kPrintInd);
   ASSERT_EQ(confirms.size(), 2u);
   EXPECT_EQ(confirms[0].header.dst, 401);
   EXPECT_EQ(confirms[1].header.dst, 402);
   EXPECT_EQ(confirms[1].bytes.size(), kConfirmSize);
-  const std::vector<Sent> aborts = mbox_.sentOf(kAbort);
+  const std::vector<Sent> aborts = mbox_.sentOf(kAbortInd);
   ASSERT_EQ(aborts.size(), 1u);
   EXPECT_EQ(aborts[0].header.dst, kLife);
   EXPECT_EQ(aborts[0].header.src, kMe);
   EXPECT_EQ(aborts[0].bytes.size(), kAbortSize);
   // The abort comes after the last confirm, and the watch is given back.
-  EXPECT_EQ(mbox_.sent.back().header.submsgno, kAbort);
+  EXPECT_EQ(mbox_.sent.back().header.submsgno, kAbortInd);
   EXPECT_THAT(mbox_.watched, ElementsAre(kService));
   EXPECT_THAT(mbox_.unwatched, ElementsAre(5u));
 }
@@ -168,7 +168,7 @@ TEST_F(CommandRunnerTest, ConfirmCarriesTheChunkSequenceAndBinaryIsBase64) {
   mbox_.end(0);
   EXPECT_EQ(run(), 0);
   EXPECT_EQ(output(), "TFBQCgABAmFi\n");
-  const std::vector<Sent> confirms = mbox_.sentOf(kText);
+  const std::vector<Sent> confirms = mbox_.sentOf(kPrintInd);
   ASSERT_EQ(confirms.size(), 3u);
   EXPECT_EQ(confirms[0].body16(), 0);
   EXPECT_EQ(confirms[1].body16(), 1);
@@ -184,7 +184,7 @@ TEST_F(CommandRunnerTest, RefusalsHaveTheirOwnStatuses) {
   EXPECT_THAT(notes_.back(), HasSubstr("command not implemented (reason 2)"));
   mbox_.refuse(9);
   EXPECT_EQ(run(), kExitProtocolError);
-  EXPECT_TRUE(mbox_.sentOf(kAbort).empty());
+  EXPECT_TRUE(mbox_.sentOf(kAbortInd).empty());
 }
 
 TEST_F(CommandRunnerTest, ServiceDeathEndsTheWait) {
@@ -206,18 +206,18 @@ TEST_F(CommandRunnerTest, ServiceNoLongerFoundEndsTheWait) {
 TEST_F(CommandRunnerTest, InterruptBeforeAcceptAbortsOnceAcceptedAndWaitsForTheEnd) {
   interrupts_ = 4;  // earlier Ctrl-Cs do not count
   mbox_.onSend = [this](const Sent& s) {
-    if (s.header.submsgno == kRequest) ++interrupts_;
+    if (s.header.submsgno == kCommandReq) ++interrupts_;
   };
   int step = 0;
   mbox_.idle = [&] {
     if (step++ == 0)
       mbox_.accept();
-    else if (!mbox_.sentOf(kAbort).empty() && step < 10)
+    else if (!mbox_.sentOf(kAbortInd).empty() && step < 10)
       mbox_.end(1), step = 10;
   };
   EXPECT_EQ(run(), 1);
-  ASSERT_EQ(mbox_.sentOf(kAbort).size(), 1u);  // no second abort after the end
-  EXPECT_EQ(mbox_.sentOf(kAbort)[0].header.dst, kLife);
+  ASSERT_EQ(mbox_.sentOf(kAbortInd).size(), 1u);  // no second abort after the end
+  EXPECT_EQ(mbox_.sentOf(kAbortInd)[0].header.dst, kLife);
   EXPECT_THAT(notes_[0], HasSubstr("aborting the command"));
 }
 
@@ -228,7 +228,7 @@ TEST_F(CommandRunnerTest, SecondInterruptStopsWaiting) {
     if (step++ < 2) ++interrupts_;
   };
   EXPECT_EQ(run(), kExitInterrupted);
-  EXPECT_EQ(mbox_.sentOf(kAbort).size(), 1u);
+  EXPECT_EQ(mbox_.sentOf(kAbortInd).size(), 1u);
 }
 
 TEST_F(CommandRunnerTest, LateMessagesOfAnEarlierCommandAreSettledNotPrinted) {
@@ -238,9 +238,9 @@ TEST_F(CommandRunnerTest, LateMessagesOfAnEarlierCommandAreSettledNotPrinted) {
   mbox_.end(0);
   EXPECT_EQ(run(), 0);
   EXPECT_EQ(output(), "");
-  ASSERT_EQ(mbox_.sentOf(kText).size(), 1u);  // the old print routine is released
-  EXPECT_EQ(mbox_.sentOf(kText)[0].header.dst, 401);
-  const std::vector<Sent> aborts = mbox_.sentOf(kAbort);
+  ASSERT_EQ(mbox_.sentOf(kPrintInd).size(), 1u);  // the old print routine is released
+  EXPECT_EQ(mbox_.sentOf(kPrintInd)[0].header.dst, 401);
+  const std::vector<Sent> aborts = mbox_.sentOf(kAbortInd);
   ASSERT_EQ(aborts.size(), 2u);  // the old life routine, and ours after the end
   EXPECT_EQ(aborts[0].header.src, kMe - 1);
   EXPECT_EQ(aborts[1].header.src, kMe);
@@ -253,7 +253,7 @@ TEST_F(CommandRunnerTest, TextLongerThanItsMessageIsNotRead) {
   mbox_.end(0);
   EXPECT_EQ(run(), 0);
   EXPECT_EQ(output(), "");
-  EXPECT_TRUE(mbox_.sentOf(kText).empty());
+  EXPECT_TRUE(mbox_.sentOf(kPrintInd).empty());
 }
 
 TEST_F(CommandRunnerTest, UnwritableOutputAbortsTheCommand) {
@@ -267,12 +267,12 @@ TEST_F(CommandRunnerTest, UnwritableOutputAbortsTheCommand) {
   mbox_.accept();
   mbox_.text(401, "lost");
   mbox_.idle = [this] {
-    if (mbox_.sentOf(kAbort).size() == 1 && mbox_.sentOf(kEnded).empty()) mbox_.end(1);
+    if (mbox_.sentOf(kAbortInd).size() == 1 && mbox_.sentOf(kCommandEnded).empty()) mbox_.end(1);
   };
   EXPECT_EQ(runner.run("svc", kService, kMe, {"zoth", "info"}), kExitOutputFailed);
   close(fds[1]);
-  EXPECT_EQ(mbox_.sentOf(kAbort).size(), 1u);
-  EXPECT_EQ(mbox_.sentOf(kText).size(), 1u);  // confirmed all the same
+  EXPECT_EQ(mbox_.sentOf(kAbortInd).size(), 1u);
+  EXPECT_EQ(mbox_.sentOf(kPrintInd).size(), 1u);  // confirmed all the same
   EXPECT_THAT(notes_[0], HasSubstr("cannot write the output"));
 }
 

@@ -12,7 +12,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "lmc/big_endian.h"
+#include "base/big_endian.h"
 #include "lmc/kvn_cpm_common_crc.h"
 
 namespace kvn::lmc {

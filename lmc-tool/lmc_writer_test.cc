@@ -5,16 +5,16 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "lmc/big_endian.h"
+#include "base/big_endian.h"
 #include "lmc/kvn_cpm_common_crc.h"
 #include "util/testing/scratch_dir.h"
 
 namespace {
 
+using kvn::loadBe16;
+using kvn::loadBe32;
 using kvn::lmc::LmcWriter;
 using kvn::lmc::LmDefinition;
-using kvn::lmc::loadBe16;
-using kvn::lmc::loadBe32;
 
 LmDefinition module(const std::string& id, const std::string& content) {
   LmDefinition m;

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "lmc/big_endian.h"
+#include "base/big_endian.h"
 
 namespace kvn::lmc {
 
@@ -12,12 +12,6 @@ void checkNoNul(const std::string& s) {
   if (s.find('\0') != std::string::npos) {
     throw std::invalid_argument("A table string may not hold a NUL byte");
   }
-}
-
-void appendBe32(std::string& out, uint32_t v) {
-  char b[4];
-  storeBe32(b, v);
-  out.append(b, 4);
 }
 
 void appendStringTable(std::string& out, const std::vector<std::string>& strings) {

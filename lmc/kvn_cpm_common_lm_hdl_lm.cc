@@ -10,13 +10,13 @@
 #include <cstring>
 #include <vector>
 
-#include "lmc/big_endian.h"
+#include "base/big_endian.h"
 #include "lmc/kvn_cpm_common_crc.h"
 #include "lmc/kvn_cpm_common_map_file.h"
 #include "tracing/log.h"
 
-using kvn::lmc::loadBe16;
-using kvn::lmc::loadBe32;
+using kvn::loadBe16;
+using kvn::loadBe32;
 
 namespace {
 constexpr size_t kChunk = 32768;

@@ -5,11 +5,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "lmc/big_endian.h"
+#include "base/big_endian.h"
 #include "lmc/kvn_cpm_common_crc.h"
 #include "tracing/log.h"
 
-using kvn::lmc::loadBe16;
+using kvn::loadBe16;
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "lmc-tool/lmc_writer.h"
-#include "lmc/big_endian.h"
+#include "base/big_endian.h"
 #include "lmc/kvn_cpm_common_crc.h"
 #include "tracing/log_capture.h"
 #include "util/testing/scratch_dir.h"
@@ -75,7 +75,7 @@ TEST_F(LmcTest, HeaderLengthRulesOfEachVersion) {
     if (c.ok) w.header().headerBytes = c.hlen * 2u;
     w.addModule(module("lm", "data"));
     std::string bytes = w.build();
-    kvn::lmc::storeBe16(&bytes[2], c.hlen);
+    kvn::storeBe16(&bytes[2], c.hlen);
     cap.clear();
     KvnCpmCommon_lmHdlLmc lmc(write(bytes));
     EXPECT_EQ(lmc.isOpen(), c.ok);
@@ -89,7 +89,7 @@ TEST_F(LmcTest, RefusedHeadersLogWhy) {
   LmcWriter version;
   version.addModule(module("lm", "x"));
   std::string bytes = version.build();
-  kvn::lmc::storeBe16(&bytes[0], 2);
+  kvn::storeBe16(&bytes[0], 2);
   KvnCpmCommon_lmHdlLmc badVersion(write(bytes, "v.lmc"));
   EXPECT_TRUE(cap.has(Level::Error, "Not supported LMC version 2."));
 

@@ -12,9 +12,9 @@
 
 #include "kvnsh/shell_options.h"
 #include "service/command_tree.h"
-#include "util/cmd_parser.h"
-#include "util/cmd_parser_error.h"
-#include "util/output_cmd_session.h"
+#include "util/cmd/cmd_parser.h"
+#include "util/cmd/cmd_parser_error.h"
+#include "util/cmd/output_cmd_session.h"
 
 namespace {
 

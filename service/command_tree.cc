@@ -11,7 +11,7 @@
 #include "service/measurements/trace_hit_counter_cmd_parser.h"
 #include "service/tracecontrol/log_cmd_parser.h"
 #include "service/tracecontrol/profile_cmd_parser.h"
-#include "util/zorf_cmd_parser.h"
+#include "service/zorf_cmd_parser.h"
 
 namespace kvn {
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "util/cmd_parser.h"
+#include "util/cmd/cmd_parser.h"
 
 namespace kvn {
 

@@ -2,7 +2,7 @@
 
 #include <signal.h>
 
-#include "util/pxm_mainloop.h"
+#include "util/mainloop/pxm_mainloop.h"
 
 PxmMainloop* StopSignalHandler::s_loop = nullptr;
 

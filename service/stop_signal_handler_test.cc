@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include "util/pxm_mainloop.h"
+#include "util/mainloop/pxm_mainloop.h"
+#include "util/mainloop/timer_queue.h"
 #include "util/testing/fake_pxm.h"
-#include "util/timer_queue.h"
 
 namespace {
 

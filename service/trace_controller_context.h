@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "util/event_id.h"
+#include "util/mainloop/event_id.h"
 
 namespace kvn {
 class DaxoConnectionMonitor;

@@ -18,19 +18,20 @@
 #include "service/stop_signal_handler.h"
 #include "service/trace_controller_context.h"
 #include "service/trace_controller_options.h"
-#include "service/trace_controller_routine_table_log.h"
 #include "service/tracecontrol/trace_control_connect_hooks.h"
 #include "service/usage_signal_handler.h"
+#include "service/zorf_cmd_parser.h"
 #include "tracing/log.h"
-#include "util/cmd_session_factory.h"
-#include "util/event.h"
-#include "util/hkm_pxm.h"
-#include "util/lingering_ns_handler.h"
-#include "util/ns_handler.h"
-#include "util/pxm_mainloop.h"
-#include "util/routine_proxy.h"
-#include "util/routine_table.h"
-#include "util/timer_queue.h"
+#include "util/cmd/cmd_parser.h"
+#include "util/cmd/cmd_session_factory.h"
+#include "util/mailbox/hkm_pxm.h"
+#include "util/mainloop/event.h"
+#include "util/mainloop/pxm_mainloop.h"
+#include "util/mainloop/routine_proxy.h"
+#include "util/mainloop/routine_table.h"
+#include "util/mainloop/timer_queue.h"
+#include "util/ns/lingering_ns_handler.h"
+#include "util/ns/ns_handler.h"
 
 namespace {
 constexpr uint32_t kBaseSignalNo = 0x170802D;
@@ -76,8 +77,7 @@ int main(int argc, char** argv) {
         [&nsHandler](const std::string& name) { nsHandler.unpublish(name); }, &nsHandler,
         options.mailboxName);
 
-    TraceControllerRoutineTableLog routineTableLog;
-    kvn::RoutineTable routineTable(&pxm, kBaseSignalNo, &routineTableLog);
+    kvn::RoutineTable routineTable(&pxm, kBaseSignalNo);
 
     auto agentServicePublisher = std::make_shared<AgentServicePublisher>(
         &lingeringNames, connectEvent, kServiceName, options.mailboxName);

@@ -1,8 +1,8 @@
 #include "service/usage_signal_handler.h"
 
 #include "tracing/log.h"
-#include "util/pxm_mainloop.h"
-#include "util/routine_table.h"
+#include "util/mainloop/pxm_mainloop.h"
+#include "util/mainloop/routine_table.h"
 
 // The first round of the loop logs it once: the figure with nothing running yet.
 volatile sig_atomic_t UsageSignalHandler::s_asked = 1;

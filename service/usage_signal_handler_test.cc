@@ -6,27 +6,18 @@
 #include <memory>
 
 #include "tracing/log_capture.h"
-#include "util/pxm_mainloop.h"
-#include "util/routine.h"
-#include "util/routine_table.h"
-#include "util/routine_table_log.h"
+#include "util/mainloop/pxm_mainloop.h"
+#include "util/mainloop/routine.h"
+#include "util/mainloop/routine_table.h"
+#include "util/mainloop/timer_queue.h"
 #include "util/testing/fake_pxm.h"
-#include "util/timer_queue.h"
 
 namespace {
-
-class NullLog : public kvn::RoutineTableLog {
- public:
-  void error(const char*, ...) override {}
-  void info(const char*, ...) override {}
-  void debug(const char*, ...) override {}
-};
 
 TEST(UsageSignalHandler, EachSignalLogsTheUsedSlotsOnceFromTheLoop) {
   kvn::log::LogCapture cap;
   kvn::testing::FakePxm pxm;
-  NullLog log;
-  kvn::RoutineTable table(&pxm, kvn::testing::FakePxm::kBaseSignalNo, &log);
+  kvn::RoutineTable table(&pxm, kvn::testing::FakePxm::kBaseSignalNo);
   TimerQueue timers;
   PxmMainloop loop(&pxm, "svc", &timers);
   UsageSignalHandler::install(&loop, &table);

@@ -1,11 +1,11 @@
 #include "tracerecords/trace_record_reader.h"
 
-#include "lmc/big_endian.h"
+#include "base/big_endian.h"
 
 namespace kvn::tracerecords {
 
-using lmc::loadBe16;
-using lmc::loadBe32;
+using kvn::loadBe16;
+using kvn::loadBe32;
 
 size_t TraceRecordReader::sizeOf(uint8_t kind, size_t argCount, size_t textSize) {
   if (kind == TraceRecord::kText) return TraceRecord::kHeaderSize + textSize + textSize % 2;

@@ -2,12 +2,12 @@
 
 #include <cstring>
 
-#include "lmc/big_endian.h"
+#include "base/big_endian.h"
 #include "tracing/log.h"
 
 namespace kvntrace {
 
-using kvn::lmc::loadBe32;
+using kvn::loadBe32;
 
 std::vector<std::string> TableBlobParser::parseStringTable(std::string_view blob, size_t offset) {
   std::vector<std::string> out;

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/big_endian.h"
 #include "lmc-tool/table_blob_writer.h"
-#include "lmc/big_endian.h"
 #include "tracing/log_capture.h"
 
 namespace {
@@ -46,16 +46,16 @@ TEST(TableBlobParser, NothingIsReadOutsideTheBlob) {
   EXPECT_TRUE(cap.has(Level::Error, "Table blob of 6 bytes is too short for its table count"));
 
   std::string manyTables = good;
-  kvn::lmc::storeBe32(&manyTables[4], 0x40000000);
+  kvn::storeBe32(&manyTables[4], 0x40000000);
   EXPECT_TRUE(TableBlobParser::listTableNames(manyTables).empty());
 
   std::string badOffset = good;
-  kvn::lmc::storeBe32(&badOffset[12], 0xFFFFFFF0);  // entry 0's offset
+  kvn::storeBe32(&badOffset[12], 0xFFFFFFF0);  // entry 0's offset
   EXPECT_TRUE(TableBlobParser::extractStringTable(badOffset, "a").empty());
 
   std::string hugeCount = good;
-  const size_t tableA = kvn::lmc::loadBe32(&good[12]);
-  kvn::lmc::storeBe32(&hugeCount[tableA], 0xFFFFFFFF);
+  const size_t tableA = kvn::loadBe32(&good[12]);
+  kvn::storeBe32(&hugeCount[tableA], 0xFFFFFFFF);
   EXPECT_TRUE(TableBlobParser::extractStringTable(hugeCount, "a").empty());
 
   // The last string loses its NUL.

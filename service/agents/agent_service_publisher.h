@@ -10,9 +10,9 @@
 #include <set>
 #include <string>
 
-#include "util/event.h"
-#include "util/lingering_ns_handler.h"
-#include "util/routine.h"
+#include "util/mainloop/event.h"
+#include "util/mainloop/routine.h"
+#include "util/ns/lingering_ns_handler.h"
 
 class AgentServicePublisher : public kvn::Routine {
  public:

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "service/agents/daxo_test_fixture.h"
-#include "util/lingering_ns_handler.h"
+#include "util/ns/lingering_ns_handler.h"
 
 namespace kvn::testing {
 namespace {

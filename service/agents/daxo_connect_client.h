@@ -11,8 +11,9 @@
 #include <unordered_map>
 
 #include "pxm/pxm.h"
-#include "util/event.h"
-#include "util/routine.h"
+#include "service/signals/daxo_connect_signals.h"
+#include "util/mainloop/event.h"
+#include "util/mainloop/routine.h"
 
 class PxmMainloop;
 
@@ -20,8 +21,8 @@ namespace kvn {
 
 class DaxoConnectClient : public Routine {
  public:
-  static constexpr uint16_t kInitialConnectRoutine = 0;
-  static constexpr uint16_t kVersionConnectRoutine = 5;
+  static constexpr uint16_t kInitialConnectRoutine = daxo_connect::kInitialRoutine;
+  static constexpr uint16_t kVersionConnectRoutine = daxo_connect::kVersionRoutine;
 
   // Installs the main loop's handler of the mailbox-gone signal.
   DaxoConnectClient(PxmMainloop& mainloop, std::shared_ptr<kvntrace::Event> connectEvent);

@@ -4,7 +4,7 @@
 
 #include "service/agents/daxo_test_fixture.h"
 #include "tracing/log_capture.h"
-#include "util/event_callback_routine.h"
+#include "util/mainloop/event_callback_routine.h"
 
 namespace kvn {
 namespace {

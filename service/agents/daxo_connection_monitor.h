@@ -11,7 +11,7 @@
 #include <set>
 
 #include "service/agents/daxo_subscription_handle.h"
-#include "util/routine.h"
+#include "util/mainloop/routine.h"
 
 namespace kvn {
 

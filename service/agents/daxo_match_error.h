@@ -2,7 +2,7 @@
 // An operator's <daxo id> that names no connected agent, or several where one is wanted. The
 // command answers with its text.
 
-#include "util/cmd_parser_error.h"
+#include "util/cmd/cmd_parser_error.h"
 
 namespace kvn {
 

@@ -24,7 +24,7 @@
 #include "service/agents/utrace_deployment.h"
 #include "service/agents/utrace_point.h"
 #include "service/signals/signal_proxies.h"
-#include "util/event.h"
+#include "util/mainloop/event.h"
 
 namespace kvntrace {
 class TraceLmcReader;

@@ -12,14 +12,13 @@
 #include "service/agents/daxo_connect_client.h"
 #include "service/agents/daxo_connection_monitor.h"
 #include "service/agents/daxo_trace_model.h"
-#include "util/event.h"
-#include "util/pxm_mainloop.h"
-#include "util/routine_proxy.h"
-#include "util/routine_table.h"
-#include "util/routine_table_log.h"
+#include "util/mainloop/event.h"
+#include "util/mainloop/pxm_mainloop.h"
+#include "util/mainloop/routine_proxy.h"
+#include "util/mainloop/routine_table.h"
+#include "util/mainloop/timer_queue.h"
 #include "util/testing/fake_pxm.h"
-#include "util/testing/null_log.h"
-#include "util/timer_queue.h"
+#include "util/mainloop/timer_queue.h"
 
 namespace kvn::testing {
 
@@ -72,8 +71,7 @@ class DaxoTestFixture : public ::testing::Test {
   FakePxm pxm;
   TimerQueue timers;
   PxmMainloop loop{&pxm, "kvn-tracecontroller", &timers};
-  NullLog log;
-  RoutineTable table{&pxm, FakePxm::kBaseSignalNo, &log};
+  RoutineTable table{&pxm, FakePxm::kBaseSignalNo};
   std::shared_ptr<kvntrace::Event> connectEvent = std::make_shared<kvntrace::Event>();
   std::shared_ptr<DaxoConnectClient> client;
   std::shared_ptr<DaxoConnectionMonitor> monitor;

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "service/agents/daxo_connect_hooks.h"
-#include "service/signals/signal_byte_order.h"
+#include "service/signals/daxo_connect_signals.h"
 #include "tracetables/bad_lmc_exception.h"
 #include "tracetables/invalid_probe_exception.h"
 #include "tracetables/profile.h"
@@ -21,21 +21,7 @@ namespace kvn {
 
 namespace {
 
-// Wire offsets of the two connect messages.
-constexpr size_t kInitialName = 12, kInitialDomain = 32, kInitialNumber = 34, kInitialCount = 36,
-                 kInitialAttributes = 40;
-constexpr size_t kVersionVersion = 12, kVersionName = 16, kVersionModule = 36, kVersionLmc = 56,
-                 kVersionDomain = 312, kVersionNumber = 314, kVersionCount = 316,
-                 kVersionAttributes = 318;
-constexpr size_t kNameSize = 20, kLmcPathSize = 256, kAttributeSize = 10;
-
-enum PropertyType : uint16_t { IMPLEMENTS = 0, LINK_COUNT = 2, LINK = 3 };
-
-struct Attribute {
-  uint16_t routineId;
-  uint16_t propertyType;
-  uint16_t value[3];
-};
+using Attribute = DaxoAttribute;
 
 DaxoRecord& table(size_t index) {
   // Built on first use and kept to the end: no agent data is allocated at start.
@@ -46,26 +32,6 @@ DaxoRecord& table(size_t index) {
 std::vector<DaxoConnectHooks*>& connectHooks() {
   static std::vector<DaxoConnectHooks*> hooks;
   return hooks;
-}
-
-// Ends a name field with a 0 byte and reads it, never past the message.
-std::string takeName(uint8_t* message, size_t size, size_t offset, size_t fieldSize) {
-  if (offset >= size) return "";
-  const size_t last = offset + fieldSize - 1;
-  if (last < size) message[last] = 0;
-  const size_t avail = std::min(fieldSize, size - offset);
-  const char* p = reinterpret_cast<const char*>(message + offset);
-  return std::string(p, strnlen(p, avail));
-}
-
-// The attributes the message holds, as they stand, at most `count`.
-std::vector<Attribute> readAttributes(const uint8_t* message, size_t size, size_t offset,
-                                      uint16_t count) {
-  const size_t n = kvnsig::elementsWithin(count, offset, kAttributeSize, size);
-  std::vector<Attribute> out(n);
-  for (size_t i = 0; i < n; ++i)
-    memcpy(&out[i], message + offset + i * kAttributeSize, kAttributeSize);
-  return out;
 }
 
 template <typename ProxyT>
@@ -117,15 +83,15 @@ bool deployRoutine(DaxoRecord& r, const RoutineFacts& f, RoutineTable* routineTa
   }
   const uint16_t id = f.routineId;
   switch (f.code) {
-    case 4:
+    case kImplementsEmbuf:
       r.embuf.superTraceRoutine = id;
       r.embuf.superTraceControlProxy = makeProxy<SuperTraceControlProxy>(routineTable, r, id);
       break;
-    case 6:
+    case kImplementsTraceDest:
       r.traceDest.id = id;
       r.traceDest.proxy = makeProxy<TraceDestProxy>(routineTable, r, id);
       break;
-    case 8: {
+    case kImplementsForwarder: {
       if (f.linkCount != 1) {
         fprintf(stderr, "Model expect LINK, #of LINK:%d ", f.linkCount);
         return false;
@@ -143,34 +109,34 @@ bool deployRoutine(DaxoRecord& r, const RoutineFacts& f, RoutineTable* routineTa
       link.connectionProxy_p = makeProxy<TraceLinkConnectionProxy>(routineTable, r, id);
       break;
     }
-    case 9:
+    case kImplementsMemoryBuffer:
       r.embuf.bufferRoutine = id;
       r.embuf.superTraceBufferProxy = makeProxy<SuperTraceBufferProxy>(routineTable, r, id);
       break;
-    case 10:
+    case kImplementsRttManager:
       r.rttManager.id = id;
       r.rttManager.proxy = makeProxy<RttProxy>(routineTable, r, id);
       break;
-    case 11:
+    case kImplementsMeasurements:
       r.dspLoad.id = id;
       r.dspLoad.proxy = makeProxy<DspLoadProxy>(routineTable, r, id);
       r.cmPool.id = id;
       r.cmPool.proxy = makeProxy<CmPoolProxy>(routineTable, r, id);
       break;
-    case 13:
+    case kImplementsTraceHitCounter:
       r.traceHitCounter.id = id;
       r.traceHitCounter.proxy = makeProxy<TraceHitCounterProxy>(routineTable, r, id);
       break;
-    case 14:
+    case kImplementsTraceObjectManager:
       r.traceObjectManager.id = id;
       r.traceObjectManager.proxy = makeProxy<TraceObjectProxy>(routineTable, r, id);
       setUpTraceObjects(r);
       break;
-    case 15:
+    case kImplementsUniqueTraceManager:
       r.uniqueTraceManager.id = id;
       r.uniqueTraceManager.proxy = makeProxy<UTraceProxy>(routineTable, r, id);
       break;
-    case 16:
+    case kImplementsSig2emManager:
       r.sig2emManager.id = id;
       r.sig2emManager.proxy = makeProxy<Sig2emProxy>(routineTable, r, id);
       break;
@@ -196,15 +162,15 @@ bool deployAll(DaxoRecord& r, std::vector<Attribute> attributes, RoutineTable* r
       facts.routineId = a.routineId;
     }
     switch (a.propertyType) {
-      case IMPLEMENTS:
+      case daxo_connect::kImplements:
         facts.code = a.value[0];
         ++facts.implementsCount;
         break;
-      case LINK_COUNT:
+      case daxo_connect::kLinkCount:
         facts.number = a.value[0];
         ++facts.propertyCount;
         break;
-      case LINK:
+      case daxo_connect::kLink:
         facts.source = a.value[0];
         facts.destination = a.value[1];
         ++facts.linkCount;
@@ -283,44 +249,30 @@ uint16_t DaxoTraceModel::findByLostEvent(kvntrace::EventId eventId) {
   return 0;
 }
 
-bool DaxoTraceModel::connectInitial(uint8_t* message, size_t size, uint32_t mailbox,
-                                    RoutineTable* routineTable) {
-  const uint16_t number = kvnsig::readAt<uint16_t>(message, kInitialNumber, size);
-  const uint16_t count = kvnsig::readAt<uint16_t>(message, kInitialCount, size);
+bool DaxoTraceModel::connect(const DaxoConnect& message, uint32_t mailbox,
+                             RoutineTable* routineTable) {
+  const uint16_t number = message.bbmHwNumber;
   if (number == 0 || number > MAX_DAXO_NUMBER) {
-    TC_LOG_ERROR("Daxo connected with bbmHwNumber=%d. Allowed bbmHwNumbers are 1 - %d", number,
-                 MAX_DAXO_NUMBER);
+    if (message.initial)
+      TC_LOG_ERROR("Daxo connected with bbmHwNumber=%d. Allowed bbmHwNumbers are 1 - %d", number,
+                   MAX_DAXO_NUMBER);
+    else
+      TC_LOG_ERROR("Daxo connected with bbmHwNumber=%d.Allowed bbmHwNumbers are 1 - %d", number,
+                   MAX_DAXO_NUMBER);
     return false;
   }
   DaxoRecord& r = freshRecord(number, mailbox);
-  r.instanceName = takeName(message, size, kInitialName, kNameSize);
-  r.domainDaxoIndex = kvnsig::readAt<uint16_t>(message, kInitialDomain, size);
+  r.instanceName = message.instanceName;
+  r.domainDaxoIndex = message.domainDaxoIndex;
   r.connected = true;
-  r.modelValid = build(r, readAttributes(message, size, kInitialAttributes, count), routineTable);
-  return r.modelValid;
-}
-
-bool DaxoTraceModel::connectVersion(uint8_t* message, size_t size, uint32_t mailbox,
-                                    RoutineTable* routineTable) {
-  const uint16_t number = kvnsig::readAt<uint16_t>(message, kVersionNumber, size);
-  const uint16_t count = kvnsig::readAt<uint16_t>(message, kVersionCount, size);
-  if (number == 0 || number > MAX_DAXO_NUMBER) {
-    TC_LOG_ERROR("Daxo connected with bbmHwNumber=%d.Allowed bbmHwNumbers are 1 - %d", number,
-                 MAX_DAXO_NUMBER);
-    return false;
+  if (!message.initial) {
+    r.loadModuleName = message.loadModuleName;
+    r.lmcPath = message.lmcPath;
+    r.version = message.version;
+    // A role index that the message does not hold leaves the default.
+    if (message.roleIndex) r.roleIndex = *message.roleIndex;
   }
-  DaxoRecord& r = freshRecord(number, mailbox);
-  r.instanceName = takeName(message, size, kVersionName, kNameSize);
-  r.loadModuleName = takeName(message, size, kVersionModule, kNameSize);
-  r.lmcPath = takeName(message, size, kVersionLmc, kLmcPathSize);
-  r.domainDaxoIndex = kvnsig::readAt<uint16_t>(message, kVersionDomain, size);
-  r.connected = true;
-  r.version = kvnsig::readAt<uint32_t>(message, kVersionVersion, size);
-  const size_t roleOffset = kVersionAttributes + kAttributeSize * count;
-  // A role index that the message does not hold leaves the default.
-  if (r.version > 1 && roleOffset + 2 <= size)
-    r.roleIndex = kvnsig::readAt<uint16_t>(message, roleOffset, size);
-  r.modelValid = build(r, readAttributes(message, size, kVersionAttributes, count), routineTable);
+  r.modelValid = build(r, message.attributes, routineTable);
   return r.modelValid;
 }
 

@@ -10,7 +10,8 @@
 
 #include "pxm/pxm.h"
 #include "service/agents/daxo_record.h"
-#include "util/event_id.h"
+#include "service/signals/daxo_connect_signals.h"
+#include "util/mainloop/event_id.h"
 
 namespace kvn {
 
@@ -30,12 +31,8 @@ class DaxoTraceModel {
   // The first agent ever connected whose lost event has this id, or 0.
   static uint16_t findByLostEvent(kvntrace::EventId eventId);
 
-  // Replace the agent's record from a connect message, already in host order, of `size`
-  // bytes. True when the model is valid. Fields that the message does not hold read as 0.
-  static bool connectInitial(uint8_t* message, size_t size, uint32_t mailbox,
-                             RoutineTable* routineTable);
-  static bool connectVersion(uint8_t* message, size_t size, uint32_t mailbox,
-                             RoutineTable* routineTable);
+  // Replace the agent's record from its decoded connect message. True when the model is valid.
+  static bool connect(const DaxoConnect& message, uint32_t mailbox, RoutineTable* routineTable);
 
   // Attach and detach a deployed forwarder link; `id` gets the forwarder's routine id, or 65535.
   static bool attachLink(uint16_t bbmHwNumber, uint16_t source, uint16_t destination, uint16_t& id);

@@ -1,8 +1,8 @@
 #include "service/agents/info_cmd_parser.h"
 
 #include "service/agents/info_cmd_session.h"
-#include "util/argparse_parser.h"
-#include "util/output_cmd_session.h"
+#include "util/argparse/argparse_parser.h"
+#include "util/cmd/output_cmd_session.h"
 
 namespace kvn {
 

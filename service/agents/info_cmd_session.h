@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "util/cmd_session.h"
+#include "util/cmd/cmd_session.h"
 
 namespace kvn {
 

@@ -18,9 +18,9 @@
 #include <string>
 
 #include "service/datapath/tn_parameters.h"
-#include "util/callback_utils.h"
-#include "util/event_id.h"
-#include "util/routine.h"
+#include "util/mainloop/callback_utils.h"
+#include "util/mainloop/event_id.h"
+#include "util/mainloop/routine.h"
 
 namespace kvn {
 

@@ -11,9 +11,9 @@
 #include "service/datapath/trace_destination.h"
 #include "service/datapath/trace_destination_store.h"
 #include "service/trace_controller_context.h"
-#include "util/argparse_parser.h"
-#include "util/cmd_parser_helpers.h"
-#include "util/output_cmd_session.h"
+#include "util/argparse/argparse_parser.h"
+#include "util/cmd/cmd_parser_helpers.h"
+#include "util/cmd/output_cmd_session.h"
 
 namespace kvn {
 

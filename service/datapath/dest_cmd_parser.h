@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "util/cmd_parser.h"
+#include "util/cmd/cmd_parser.h"
 
 namespace kvn {
 

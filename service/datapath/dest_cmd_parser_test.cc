@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "service/datapath/tn_test_fixture.h"
-#include "util/output_cmd_session.h"
+#include "util/cmd/output_cmd_session.h"
 
 namespace kvn {
 namespace {

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "util/cmd_session.h"
+#include "util/cmd/cmd_session.h"
 
 namespace kvn {
 

@@ -4,12 +4,12 @@
 
 #include <memory>
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "service/signals/diag_handler_signals.h"
 #include "service/signals/signal_proxies.h"
 #include "service/trace_controller_context.h"
 #include "tracing/log.h"
-#include "util/kvn_obs_sub_message_with_sub_msg_no.h"
-#include "util/routine_table.h"
+#include "util/mainloop/routine_table.h"
 
 namespace kvn {
 

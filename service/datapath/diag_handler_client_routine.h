@@ -8,8 +8,8 @@
 #include <stdint.h>
 
 #include "pxm/pxm.h"
-#include "util/event.h"
-#include "util/routine.h"
+#include "util/mainloop/event.h"
+#include "util/mainloop/routine.h"
 
 namespace kvn {
 

@@ -9,9 +9,9 @@
 #include "service/datapath/recorder_status_cmd_session.h"
 #include "service/datapath/recorder_stop_cmd_session.h"
 #include "service/datapath/recorder_time.h"
-#include "util/argparse_parser.h"
-#include "util/cmd_parser_helpers.h"
-#include "util/output_cmd_session.h"
+#include "util/argparse/argparse_parser.h"
+#include "util/cmd/cmd_parser_helpers.h"
+#include "util/cmd/output_cmd_session.h"
 
 namespace kvn {
 

@@ -97,8 +97,7 @@ void RecorderDumpCmdSession::request() {
 void RecorderDumpCmdSession::send(uint32_t order) {
   const Asked& asked = asked_.at(order);
   SuperTraceBufferProxy& proxy = *DaxoTraceModel::get(daxo).embuf.superTraceBufferProxy;
-  auto* msg = reinterpret_cast<KvnSuperTraceBufferDataReqS*>(
-      proxy.alloc_msg(sizeof(KvnSuperTraceBufferDataReqS)));
+  auto* msg = proxy.make<KvnSuperTraceBufferDataReqS>();
   msg->blockId = asked.blockId;
   msg->seqNum = static_cast<uint16_t>(order);
   msg->offset = asked.offset;

@@ -16,8 +16,8 @@
 #include <vector>
 
 #include "service/datapath/super_trace_buffer_index.h"
-#include "util/cmd_session.h"
-#include "util/event_id.h"
+#include "util/cmd/cmd_session.h"
+#include "util/mainloop/event_id.h"
 
 namespace kvn {
 

@@ -17,8 +17,8 @@
 #include "service/datapath/trace_data_path_connect_hooks.h"
 #include "service/signals/super_trace_signals.h"
 #include "service/trace_controller_context.h"
-#include "util/output_cmd_session.h"
-#include "util/tavi_command_proxy.h"
+#include "util/cmd/output_cmd_session.h"
+#include "util/cmd/tavi_command_proxy.h"
 
 namespace kvn::testing {
 

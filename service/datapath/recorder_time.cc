@@ -8,7 +8,7 @@
 #include <map>
 #include <stdexcept>
 
-#include "util/argparse_errors.h"
+#include "util/argparse/argparse_errors.h"
 
 namespace kvn {
 
@@ -41,10 +41,8 @@ int64_t parseTimestamp(const std::string& text) {
   memset(&tm, 0, sizeof tm);
   const char* end = strptime(dateTime.c_str(), "%Y-%m-%d %H:%M:%S", &tm);
   if (end == nullptr || *end != '\0') throw argparse::ArgumentError("Invalid timestamp");
-  // mktime reads the fields as local standard time (tm_isdst is 0); taking the zone's offset
-  // off again gives the time as typed, in UTC.
-  tzset();
-  const int64_t seconds = static_cast<int64_t>(mktime(&tm)) - timezone;
+  // The time as typed is UTC.
+  const int64_t seconds = static_cast<int64_t>(timegm(&tm));
   return seconds * 1000000 + microseconds;
 }
 

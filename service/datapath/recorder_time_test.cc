@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "util/argparse_errors.h"
+#include "util/argparse/argparse_errors.h"
 
 namespace kvn {
 namespace {

@@ -9,9 +9,9 @@
 #include "service/datapath/route_tn_cmd_session.h"
 #include "service/datapath/trace_destination_store.h"
 #include "service/trace_controller_context.h"
-#include "util/argparse_errors.h"
-#include "util/cmd_parser_helpers.h"
-#include "util/output_cmd_session.h"
+#include "util/argparse/argparse_errors.h"
+#include "util/cmd/cmd_parser_helpers.h"
+#include "util/cmd/output_cmd_session.h"
 
 namespace kvn {
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "util/cmd_parser.h"
+#include "util/cmd/cmd_parser.h"
 
 namespace kvn {
 

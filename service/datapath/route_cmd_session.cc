@@ -68,8 +68,7 @@ void RouteCmdSession::detachConnectedDest(int d) {
   KVNTRACE_ASSERT(link.linkCount == 0 || link.connectionProxy_p);
   for (uint16_t i = 0; i < link.linkCount; ++i) {
     TraceLinkConnectionProxy& proxy = *link.connectionProxy_p;
-    auto* req =
-        reinterpret_cast<KvnTraceLinkDetachReqS*>(proxy.alloc_msg(sizeof(KvnTraceLinkDetachReqS)));
+    auto* req = proxy.make<KvnTraceLinkDetachReqS>();
     req->linkIndex = i;
     req->destSocket = static_cast<uint16_t>(destSocket);
     TC_LOG_INFO("Sending route detach signal %d -> %d", source, d);
@@ -100,8 +99,7 @@ void RouteCmdSession::attachConnection() {
   KVNTRACE_ASSERT(link.linkCount == 0 || link.connectionProxy_p);
   for (uint16_t i = 0; i < link.linkCount; ++i) {
     TraceLinkConnectionProxy& proxy = *link.connectionProxy_p;
-    auto* req =
-        reinterpret_cast<KvnTraceLinkAttachReqS*>(proxy.alloc_msg(sizeof(KvnTraceLinkAttachReqS)));
+    auto* req = proxy.make<KvnTraceLinkAttachReqS>();
     req->linkIndex = i;
     req->destSocket = static_cast<uint16_t>(destSocket);
     TC_LOG_INFO("Sending route attach signal %d -> %d", source, dest);

@@ -14,7 +14,7 @@
 #include "service/datapath/super_trace.h"
 #include "service/datapath/super_trace_idle_run.h"
 #include "service/datapath/tn_test_fixture.h"
-#include "util/output_cmd_session.h"
+#include "util/cmd/output_cmd_session.h"
 
 namespace kvn {
 namespace {

@@ -1,12 +1,12 @@
 #include "service/datapath/super_trace.h"
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "service/agents/daxo_trace_model.h"
 #include "service/agents/forwarder_kind.h"
 #include "service/datapath/super_trace_run.h"
 #include "service/signals/signal_proxies.h"
 #include "tracing/log.h"
-#include "util/kvn_obs_sub_message_with_sub_msg_no.h"
-#include "util/routine_table.h"
+#include "util/mainloop/routine_table.h"
 
 namespace kvn {
 
@@ -74,8 +74,7 @@ bool SuperTrace::startProducer(uint16_t agent) {
   if (r.embuf.producerState != kStopped || !r.embuf.superTraceControlProxy) return false;
   r.embuf.producerState = kStarted;
   SuperTraceControlProxy& proxy = *r.embuf.superTraceControlProxy;
-  auto* msg = reinterpret_cast<KvnSuperTraceProducerStartIndS*>(
-      proxy.alloc_msg(sizeof(KvnSuperTraceProducerStartIndS)));
+  auto* msg = proxy.make<KvnSuperTraceProducerStartIndS>();
   msg->sourceMask = sourceMask(r);
   proxy.send(msg);
   return true;
@@ -86,8 +85,7 @@ bool SuperTrace::startConsumer(uint16_t agent) {
   if (r.embuf.consumerState != kStopped || !r.embuf.superTraceControlProxy) return false;
   r.embuf.consumerState = kStarted;
   SuperTraceControlProxy& proxy = *r.embuf.superTraceControlProxy;
-  proxy.send(reinterpret_cast<KvnSuperTraceConsumerStartIndS*>(
-      proxy.alloc_msg(sizeof(KvnSuperTraceConsumerStartIndS))));
+  proxy.send(proxy.make<KvnSuperTraceConsumerStartIndS>());
   return true;
 }
 
@@ -96,8 +94,7 @@ bool SuperTrace::stopProducer(uint16_t agent) {
   if (r.embuf.producerState != kStarted || !r.embuf.superTraceControlProxy) return false;
   r.embuf.producerState = kStopping;
   SuperTraceControlProxy& proxy = *r.embuf.superTraceControlProxy;
-  auto* msg = reinterpret_cast<KvnSuperTraceProducerStopReqS*>(
-      proxy.alloc_msg(sizeof(KvnSuperTraceProducerStopReqS)));
+  auto* msg = proxy.make<KvnSuperTraceProducerStopReqS>();
   msg->sourceMask = sourceMask(r);
   std::function<void(KvnSuperTraceProducerStopCfmS*&, size_t)> onCfm =
       [agent](KvnSuperTraceProducerStopCfmS*&, size_t) {
@@ -121,9 +118,7 @@ bool SuperTrace::stopConsumer(uint16_t agent) {
         rec.embuf.consumerState = kStopped;
         if (auto run = runOf(rec)) run->consumerStopped(agent);
       };
-  proxy.send(reinterpret_cast<KvnSuperTraceConsumerStopReqS*>(
-                 proxy.alloc_msg(sizeof(KvnSuperTraceConsumerStopReqS))),
-             getKillableCallback(std::move(onCfm)));
+  proxy.send(proxy.make<KvnSuperTraceConsumerStopReqS>(), getKillableCallback(std::move(onCfm)));
   return true;
 }
 

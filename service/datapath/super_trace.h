@@ -12,9 +12,9 @@
 #include <memory>
 #include <set>
 
-#include "util/callback_utils.h"
-#include "util/event_id.h"
-#include "util/routine.h"
+#include "util/mainloop/callback_utils.h"
+#include "util/mainloop/event_id.h"
+#include "util/mainloop/routine.h"
 
 namespace kvn {
 

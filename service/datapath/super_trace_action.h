@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "util/callback_utils.h"
+#include "util/mainloop/callback_utils.h"
 
 namespace kvn {
 

@@ -10,8 +10,9 @@
 #include <queue>
 #include <utility>
 
-#include "util/bfn.h"
-#include "util/template_proxy.h"
+#include "base/check.h"
+#include "tracing/log.h"
+#include "util/clock/bfn.h"
 
 namespace kvn {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "service/datapath/recorder_time.h"
-#include "util/bfn.h"
+#include "util/clock/bfn.h"
 
 namespace kvn {
 namespace {

@@ -66,8 +66,7 @@ void SuperTraceStart::start() {
     r.embuf.setupPending = true;
     ++pending;
     SuperTraceBufferProxy& proxy = *r.embuf.superTraceBufferProxy;
-    auto* msg = reinterpret_cast<KvnSuperTraceBufferSetupReqS*>(
-        proxy.alloc_msg(sizeof(KvnSuperTraceBufferSetupReqS)));
+    auto* msg = proxy.make<KvnSuperTraceBufferSetupReqS>();
     msg->setup = kSetUpAll;
     std::function<void(KvnSuperTraceBufferSetupCfmS*&, size_t)> onCfm =
         [this, agent](KvnSuperTraceBufferSetupCfmS*&, size_t) { setUpConfirmed(agent); };

@@ -23,8 +23,7 @@ void SuperTraceStatus::start() {
     if (!awaiting_.insert(agent).second) continue;  // named twice
     ++pending;
     SuperTraceBufferProxy& proxy = *r.embuf.superTraceBufferProxy;
-    auto* msg = reinterpret_cast<KvnSuperTraceBufferIndexReqS*>(
-        proxy.alloc_msg(sizeof(KvnSuperTraceBufferIndexReqS)));
+    auto* msg = proxy.make<KvnSuperTraceBufferIndexReqS>();
     std::function<void(KvnSuperTraceBufferIndexCfmS*&, size_t)> onCfm =
         [this, agent](KvnSuperTraceBufferIndexCfmS*& cfm, size_t msgsize) {
           confirmed(agent, cfm, msgsize);

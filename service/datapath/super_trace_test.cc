@@ -18,7 +18,7 @@
 #include "service/datapath/super_trace_streaming.h"
 #include "service/datapath/trace_data_path_connect_hooks.h"
 #include "tracing/log_capture.h"
-#include "util/event_callback_routine.h"
+#include "util/mainloop/event_callback_routine.h"
 
 namespace kvn {
 namespace {

@@ -20,8 +20,8 @@
 #include "service/datapath/trace_destination.h"
 #include "service/datapath/trace_destination_store.h"
 #include "service/trace_controller_context.h"
-#include "util/cmd_layer_test_base.h"
-#include "util/event.h"
+#include "util/mainloop/event.h"
+#include "util/testing/cmd_layer_test_base.h"
 
 namespace kvn::testing {
 

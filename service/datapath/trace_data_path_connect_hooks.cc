@@ -5,6 +5,7 @@
 #include "service/agents/daxo_record.h"
 #include "service/datapath/super_trace_idle_run.h"
 #include "service/datapath/trace_dest_port_pool.h"
+#include "service/signals/daxo_connect_signals.h"
 
 namespace kvn {
 
@@ -13,7 +14,8 @@ void TraceDataPathConnectHooks::building(DaxoRecord& r) {
 }
 
 void TraceDataPathConnectHooks::deployed(DaxoRecord& r, uint16_t code) {
-  if (code == 6) r.traceDest.portPool = std::make_shared<TraceDestPortPool>(r.bbmHwNumber);
+  if (code == kImplementsTraceDest)
+    r.traceDest.portPool = std::make_shared<TraceDestPortPool>(r.bbmHwNumber);
 }
 
 }  // namespace kvn

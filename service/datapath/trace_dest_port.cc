@@ -20,7 +20,7 @@ void logReject(RejT* rej, size_t size, uint16_t daxoId) {
 // A request of `T` with its body zeroed.
 template <typename T>
 T* newRequest(TraceDestProxy& proxy) {
-  auto* req = reinterpret_cast<T*>(proxy.alloc_msg(sizeof(T)));
+  auto* req = proxy.make<T>();
   memset(reinterpret_cast<char*>(req) + sizeof(KvnObsSubMessageWithSubMsgNo), 0,
          sizeof(T) - sizeof(KvnObsSubMessageWithSubMsgNo));
   return req;

@@ -28,8 +28,7 @@ void TraceDestSocket::open(const OpenRecord& record, OnOk onOk, OnFail onFail) {
     return;
   }
   openInfo = record;
-  auto* req =
-      reinterpret_cast<KvnTraceDestOpenReqS*>(proxy->alloc_msg(sizeof(KvnTraceDestOpenReqS)));
+  auto* req = proxy->make<KvnTraceDestOpenReqS>();
   req->portId = portId;
   req->count = 1;
   req->type = record.type;
@@ -69,8 +68,7 @@ void TraceDestSocket::close(OnOk onOk, OnFail onFail) {
     onFail();
     return;
   }
-  auto* req =
-      reinterpret_cast<KvnTraceDestCloseReqS*>(proxy->alloc_msg(sizeof(KvnTraceDestCloseReqS)));
+  auto* req = proxy->make<KvnTraceDestCloseReqS>();
   req->portId = portId;
   req->count = 1;
   req->socketId = socketId;

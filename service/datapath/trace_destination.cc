@@ -116,8 +116,7 @@ void TraceDestination::deleteTsiSession(uint32_t clientRef) {
     TC_LOG_ERROR("DiagHandler mailbox is invalid!");
     return;
   }
-  auto* ind = reinterpret_cast<KvnTsiProxyDeleteUdpSessionIndS*>(
-      proxy->alloc_msg(sizeof(KvnTsiProxyDeleteUdpSessionIndS)));
+  auto* ind = proxy->make<KvnTsiProxyDeleteUdpSessionIndS>();
   ind->clientRef = clientRef;
   proxy->send(ind);
 }

@@ -11,7 +11,7 @@
 
 #include "service/agents/daxo_subscription_handle.h"
 #include "service/datapath/trace_destination_use.h"
-#include "util/callback_utils.h"
+#include "util/mainloop/callback_utils.h"
 
 namespace kvn {
 

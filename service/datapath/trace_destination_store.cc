@@ -4,7 +4,7 @@
 
 #include "service/datapath/daxo_tn_session.h"
 #include "service/datapath/trace_destination.h"
-#include "util/routine_table.h"
+#include "util/mainloop/routine_table.h"
 
 namespace kvn {
 

@@ -3,8 +3,8 @@
 #include "service/agents/daxo_trace_model.h"
 #include "service/agents/match_daxos.h"
 #include "service/measurements/cm_pool_usage_cmd_session.h"
-#include "util/argparse_parser.h"
-#include "util/output_cmd_session.h"
+#include "util/argparse/argparse_parser.h"
+#include "util/cmd/output_cmd_session.h"
 
 namespace kvn {
 

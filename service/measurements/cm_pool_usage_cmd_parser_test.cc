@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/big_endian.h"
 #include "service/agents/daxo_match_error.h"
 #include "service/measurements/measurement_test_fixture.h"
 
@@ -31,10 +32,10 @@ TEST_F(CmPoolUsageCmdParserTest, AsksTheAgentAndPrintsItsAnswerAsJson) {
   EXPECT_EQ(req->submsgno, 7);
   EXPECT_EQ(req->size, 12u);
   std::vector<uint8_t> body;
-  be32(body, 10);
-  be32(body, 20);
-  be16(body, 1);
-  for (uint16_t v : {8, 4, 2, 3}) be16(body, v);
+  appendBe32(body, 10);
+  appendBe32(body, 20);
+  appendBe16(body, 1);
+  for (uint16_t v : {8, 4, 2, 3}) appendBe16(body, v);
   body.resize(150 - 12);
   const Answer done = reply(1, *req, 8, body);
   EXPECT_EQ(done.text,

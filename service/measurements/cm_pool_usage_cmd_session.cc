@@ -5,7 +5,7 @@
 
 #include "service/agents/daxo_trace_model.h"
 #include "service/measurements/cm_pool_usage_text.h"
-#include "util/template_proxy.h"
+#include "util/proxy/template_proxy.h"
 
 namespace kvn {
 
@@ -29,8 +29,7 @@ void CmPoolUsageCmdSession::start() {
   }
   for (uint16_t n : daxos) {
     auto& cmPool = DaxoTraceModel::get(n).cmPool;
-    auto* msg =
-        reinterpret_cast<KvnCmPoolUsageReqS*>(cmPool.proxy->alloc_msg(sizeof(KvnCmPoolUsageReqS)));
+    auto* msg = cmPool.proxy->make<KvnCmPoolUsageReqS>();
     std::function<void(KvnCmPoolUsageCfmS*&, size_t)> onCfm =
         [this, n](KvnCmPoolUsageCfmS*& cfm, size_t msgsize) { onConfirm(n, cfm, msgsize); };
     cmPool.proxy->send(msg, getKillableCallback(std::move(onCfm)));

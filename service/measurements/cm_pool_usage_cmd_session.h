@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "service/signals/cm_pool_signals.h"
-#include "util/cmd_session.h"
-#include "util/event_id.h"
+#include "util/cmd/cmd_session.h"
+#include "util/mainloop/event_id.h"
 
 namespace kvn {
 

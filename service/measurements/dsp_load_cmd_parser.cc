@@ -5,8 +5,8 @@
 #include "service/measurements/dsp_load_print_cmd_session.h"
 #include "service/measurements/dsp_load_start_cmd_session.h"
 #include "service/measurements/dsp_load_stop_cmd_session.h"
-#include "util/argparse_parser.h"
-#include "util/output_cmd_session.h"
+#include "util/argparse/argparse_parser.h"
+#include "util/cmd/output_cmd_session.h"
 
 namespace kvn {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "util/cmd_parser.h"
+#include "util/cmd/cmd_parser.h"
 
 namespace kvn {
 

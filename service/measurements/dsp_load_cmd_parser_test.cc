@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/big_endian.h"
 #include "service/agents/daxo_match_error.h"
 #include "service/measurements/dsp_load_controller.h"
 #include "service/measurements/measurement_test_fixture.h"
@@ -17,11 +18,11 @@ class DspLoadCmdParserTest : public testing::MeasurementTestFixture {
 
   // One DSP entry on the wire: loads, histogram, pooled.
   static void putEntry(std::vector<uint8_t>& b, uint16_t load, uint16_t pooled) {
-    be16(b, load - 1);
-    be16(b, load + 1);
-    be16(b, load);
-    for (uint32_t c = 1; c <= 5; ++c) be32(b, c);
-    be16(b, pooled);
+    appendBe16(b, load - 1);
+    appendBe16(b, load + 1);
+    appendBe16(b, load);
+    for (uint32_t c = 1; c <= 5; ++c) appendBe32(b, c);
+    appendBe16(b, pooled);
   }
   // The agent says its measurement has run its time, from routine `src`.
   void measurementEnded(pxm_mbox_id_t from, uint16_t src, uint16_t submsgno = 6) {
@@ -104,8 +105,8 @@ TEST_F(DspLoadCmdParserTest, PrintTakesOnlyTheEntriesTheConfirmHolds) {
   req = request(1);
   EXPECT_EQ(req->u8(12), 0);
   body.clear();
-  be16(body, 3);  // promises three, holds two
-  be32(body, 5000);
+  appendBe16(body, 3);  // promises three, holds two
+  appendBe32(body, 5000);
   putEntry(body, 30, 0);
   putEntry(body, 60, 1);
   const Answer done = reply(1, *req, 5, body);

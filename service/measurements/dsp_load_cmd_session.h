@@ -5,13 +5,16 @@
 
 #include <stdint.h>
 
+#include <functional>
 #include <map>
 #include <set>
 #include <sstream>
+#include <utility>
 #include <vector>
 
-#include "util/cmd_session.h"
-#include "util/event_id.h"
+#include "service/agents/daxo_trace_model.h"
+#include "util/cmd/cmd_session.h"
+#include "util/mainloop/event_id.h"
 
 namespace kvn {
 
@@ -28,6 +31,11 @@ class DspLoadCmdSession : public CmdSession {
   virtual void check();
   // Prints `text` and ends with `result`.
   void finish(uint8_t result);
+  // Turns the measurement of every agent of the command on or off with one `Req` each (`fill`
+  // sets its fields), or of none when one of them is in that state already: each such agent
+  // is named after `refusal`. Each agent is pending until its `Cfm`, named after `confirmed`.
+  template <typename Req, typename Cfm, typename Fill>
+  void switchMeasuring(bool on, const char* refusal, const char* confirmed, Fill fill);
 
   std::vector<uint16_t> daxos;
   std::set<uint16_t> pending;  // the agents whose answer is awaited
@@ -37,5 +45,34 @@ class DspLoadCmdSession : public CmdSession {
  private:
   std::map<kvntrace::EventId, uint16_t> lostEvents;
 };
+
+template <typename Req, typename Cfm, typename Fill>
+void DspLoadCmdSession::switchMeasuring(bool on, const char* refusal, const char* confirmed,
+                                        Fill fill) {
+  bool refused = false;
+  for (uint16_t n : daxos) {
+    if (DaxoTraceModel::get(n).dspLoad.measuring == on) {
+      text << refusal << n << "\n";
+      refused = true;
+    }
+  }
+  if (refused) {
+    finish(1);
+    return;
+  }
+  for (uint16_t n : daxos) {
+    auto& dspLoad = DaxoTraceModel::get(n).dspLoad;
+    Req* msg = dspLoad.proxy->template make<Req>();
+    fill(*msg);
+    std::function<void(Cfm*&, size_t)> onCfm = [this, n, confirmed](Cfm*&, size_t) {
+      if (pending.erase(n) == 0) return;
+      text << confirmed << n << "\n";
+      check();
+    };
+    dspLoad.proxy->send(msg, getKillableCallback(std::move(onCfm)));
+    dspLoad.measuring = on;
+    pending.insert(n);
+  }
+}
 
 }  // namespace kvn

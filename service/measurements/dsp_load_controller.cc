@@ -1,8 +1,8 @@
 #include "service/measurements/dsp_load_controller.h"
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "service/agents/daxo_trace_model.h"
 #include "tracing/log.h"
-#include "util/kvn_obs_sub_message_with_sub_msg_no.h"
 
 namespace kvn {
 

@@ -6,7 +6,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include "util/routine.h"
+#include "util/mainloop/routine.h"
 
 namespace kvn {
 

@@ -5,7 +5,7 @@
 
 #include "service/agents/daxo_trace_model.h"
 #include "service/measurements/dsp_load_text.h"
-#include "util/template_proxy.h"
+#include "util/proxy/template_proxy.h"
 
 namespace kvn {
 
@@ -22,8 +22,7 @@ void DspLoadPrintCmdSession::start() {
   }
   for (uint16_t n : daxos) {
     auto& dspLoad = DaxoTraceModel::get(n).dspLoad;
-    auto* msg = reinterpret_cast<KvnDspLoadPrintReqS*>(
-        dspLoad.proxy->alloc_msg(sizeof(KvnDspLoadPrintReqS)));
+    auto* msg = dspLoad.proxy->make<KvnDspLoadPrintReqS>();
     msg->snapshot = snapshot ? 1 : 0;
     msg->padding = 0;
     std::function<void(KvnDspLoadPrintCfmS*&, size_t)> onCfm =

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "service/signals/trace_object_signals.h"
-#include "util/cmd_session.h"
+#include "util/cmd/cmd_session.h"
 
 namespace kvn {
 

@@ -6,9 +6,9 @@
 #include "service/agents/match_daxos.h"
 #include "service/measurements/hw_config_get_cmd_session.h"
 #include "service/measurements/hw_config_set_cmd_session.h"
-#include "util/argparse_parser.h"
-#include "util/cmd_parser_helpers.h"
-#include "util/output_cmd_session.h"
+#include "util/argparse/argparse_parser.h"
+#include "util/cmd/cmd_parser_helpers.h"
+#include "util/cmd/output_cmd_session.h"
 
 namespace kvn {
 

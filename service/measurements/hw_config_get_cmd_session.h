@@ -6,7 +6,7 @@
 
 #include <vector>
 
-#include "util/cmd_session.h"
+#include "util/cmd/cmd_session.h"
 
 namespace kvn {
 

@@ -22,8 +22,7 @@ void HwConfigSetCmdSession::start() {
   for (uint16_t n : daxos) {
     TC_LOG_INFO("Setting register on daxo, registerId: %d, value: 0x%x", registerId, value);
     const auto& proxy = DaxoTraceModel::get(n).rttManager.proxy;
-    auto* req =
-        reinterpret_cast<KvnRttSetRegisterReqS*>(proxy->alloc_msg(sizeof(KvnRttSetRegisterReqS)));
+    auto* req = proxy->make<KvnRttSetRegisterReqS>();
     req->registerId = registerId;
     req->value = value;
     std::function<void(KvnRttSetRegisterCfmS*&, size_t)> onCfm = [this, n](KvnRttSetRegisterCfmS*&,

@@ -10,7 +10,7 @@
 #include <sstream>
 #include <vector>
 
-#include "util/cmd_session.h"
+#include "util/cmd/cmd_session.h"
 
 namespace kvn {
 

@@ -14,8 +14,7 @@ void TraceHitCounterClearCmdSession::start() {
   if (!claim()) return;
   for (uint16_t n : daxos) {
     const auto& proxy = DaxoTraceModel::get(n).traceHitCounter.proxy;
-    auto* req = reinterpret_cast<KvnTraceHitCounterClearReqS*>(
-        proxy->alloc_msg(sizeof(KvnTraceHitCounterClearReqS)));
+    auto* req = proxy->make<KvnTraceHitCounterClearReqS>();
     std::function<void(KvnTraceHitCounterClearCfmS*&, size_t)> onCfm =
         [this, n](KvnTraceHitCounterClearCfmS*&, size_t) { onCleared(n); };
     awaited.insert(n);

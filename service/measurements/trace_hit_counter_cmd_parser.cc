@@ -4,8 +4,8 @@
 #include "service/agents/match_daxos.h"
 #include "service/measurements/trace_hit_counter_clear_cmd_session.h"
 #include "service/measurements/trace_hit_counter_read_cmd_session.h"
-#include "util/argparse_parser.h"
-#include "util/output_cmd_session.h"
+#include "util/argparse/argparse_parser.h"
+#include "util/cmd/output_cmd_session.h"
 
 namespace kvn {
 

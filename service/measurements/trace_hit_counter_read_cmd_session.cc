@@ -29,8 +29,7 @@ void TraceHitCounterReadCmdSession::start() {
   if (!claim()) return;
   for (uint16_t n : daxos) {
     const auto& proxy = DaxoTraceModel::get(n).traceHitCounter.proxy;
-    auto* req = reinterpret_cast<KvnTraceHitCounterInfoReqS*>(
-        proxy->alloc_msg(sizeof(KvnTraceHitCounterInfoReqS)));
+    auto* req = proxy->make<KvnTraceHitCounterInfoReqS>();
     std::function<void(KvnTraceHitCounterInfoCfmS*&, size_t)> onCfm =
         [this, n](KvnTraceHitCounterInfoCfmS*& cfm, size_t size) { onInfo(n, cfm, size); };
     awaitingInfo.insert(n);
@@ -72,8 +71,7 @@ void TraceHitCounterReadCmdSession::readAgent(size_t index) {
 
 void TraceHitCounterReadCmdSession::requestRows(uint16_t firstIndex) {
   const auto& proxy = DaxoTraceModel::get(daxos[current]).traceHitCounter.proxy;
-  auto* req = reinterpret_cast<KvnTraceHitCounterDataReqS*>(
-      proxy->alloc_msg(sizeof(KvnTraceHitCounterDataReqS)));
+  auto* req = proxy->make<KvnTraceHitCounterDataReqS>();
   req->firstIndex = firstIndex;
   std::function<void(KvnTraceHitCounterDataCfmS*&, size_t)> onCfm =
       [this](KvnTraceHitCounterDataCfmS*& cfm, size_t size) { onData(cfm, size); };

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/big_endian.h"
 #include "lmc-tool/lmc_writer.h"
 #include "lmc-tool/table_blob_writer.h"
 #include "service/measurements/measurement_test_fixture.h"
@@ -43,7 +44,7 @@ class TraceHitCounterReadTest : public MeasurementTestFixture {
     const FakePxm::Sent req = expectRequest(n);
     ASSERT_EQ(req.submsgno, kInfoReq);
     std::vector<uint8_t> body;
-    for (uint32_t v : {droppedHits, droppedStrids, 0u, entries}) be32(body, v);
+    for (uint32_t v : {droppedHits, droppedStrids, 0u, entries}) appendBe32(body, v);
     reply(n, req, kInfoCfm, body);
   }
   // Answers the one data request in flight with `count` rows claimed and `rows` carried; gives
@@ -53,12 +54,12 @@ class TraceHitCounterReadTest : public MeasurementTestFixture {
     EXPECT_EQ(pxm.queued(agentMailbox[n]), 0u) << "more than one request in flight";
     EXPECT_EQ(req.submsgno, kDataReq);
     std::vector<uint8_t> body;
-    be16(body, static_cast<uint16_t>(count < 0 ? rows.size() : count));
-    be16(body, firstIndex);
+    appendBe16(body, static_cast<uint16_t>(count < 0 ? rows.size() : count));
+    appendBe16(body, firstIndex);
     for (const Row& r : rows) {
-      be16(body, r.strid);
-      be16(body, r.group);
-      for (uint32_t v : {r.arg1, r.arg2, r.arg3, r.counter, r.first, r.last}) be32(body, v);
+      appendBe16(body, r.strid);
+      appendBe16(body, r.group);
+      for (uint32_t v : {r.arg1, r.arg2, r.arg3, r.counter, r.first, r.last}) appendBe32(body, v);
     }
     reply(n, req, kDataCfm, body);
     return req.be16(12);

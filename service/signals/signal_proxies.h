@@ -13,7 +13,7 @@
 #include "service/signals/trace_object_signals.h"
 #include "service/signals/tsi_proxy_signals.h"
 #include "service/signals/utrace_signals.h"
-#include "util/template_proxy.h"
+#include "util/proxy/template_proxy.h"
 
 namespace kvn {
 

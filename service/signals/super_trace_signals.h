@@ -8,8 +8,8 @@
 
 #include <string>
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "service/signals/signal_byte_order.h"
-#include "util/kvn_obs_sub_message_with_sub_msg_no.h"
 
 #pragma pack(push, 1)
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "service/signals/signal_proxies.h"
-#include "util/cmd_layer_test_base.h"
-#include "util/event.h"
+#include "util/mainloop/event.h"
+#include "util/testing/cmd_layer_test_base.h"
 
 namespace {
 
@@ -51,8 +51,7 @@ class TraceDestProxyTest : public kvn::testing::CmdLayerTestBase {};
 TEST_F(TraceDestProxyTest, EachRequestCarriesItsNumberAndItsAnswersTheirs) {
   auto lost = std::make_shared<kvntrace::Event>();
   kvn::TraceDestProxy proxy(&table, peer, 30, lost->getId());
-  auto* close =
-      reinterpret_cast<KvnTraceDestCloseReqS*>(proxy.alloc_msg(sizeof(KvnTraceDestCloseReqS)));
+  auto* close = proxy.make<KvnTraceDestCloseReqS>();
   close->portId = 4;
   close->count = 1;
   close->socketId = 0x0201;

@@ -7,8 +7,8 @@
 #include "service/agents/match_daxos.h"
 #include "service/tracecontrol/trace_toggler.h"
 #include "tracetables/trace_group_table.h"
-#include "util/argparse_parser.h"
-#include "util/output_cmd_session.h"
+#include "util/argparse/argparse_parser.h"
+#include "util/cmd/output_cmd_session.h"
 
 namespace kvn {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "service/tracecontrol/log_session_factory.h"
-#include "util/cmd_parser.h"
+#include "util/cmd/cmd_parser.h"
 
 namespace kvn {
 

@@ -5,7 +5,7 @@
 #include "service/agents/daxo_match_error.h"
 #include "service/tracecontrol/log_test_fixture.h"
 #include "service/tracecontrol/log_toggle_cmd_session.h"
-#include "util/output_cmd_session.h"
+#include "util/cmd/output_cmd_session.h"
 
 namespace kvn {
 namespace {

@@ -4,7 +4,7 @@
 #include "service/tracecontrol/log_status_cmd_session.h"
 #include "service/tracecontrol/log_status_profile_cmd_session.h"
 #include "service/tracecontrol/log_toggle_cmd_session.h"
-#include "util/cmd_parser_error.h"
+#include "util/cmd/cmd_parser_error.h"
 
 namespace kvn {
 

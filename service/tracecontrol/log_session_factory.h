@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "util/cmd_session.h"
+#include "util/cmd/cmd_session.h"
 
 namespace kvn {
 

@@ -12,7 +12,7 @@
 #include "service/tracecontrol/utrace_controller.h"
 #include "tracetables/trace_group_table.h"
 #include "tracing/log.h"
-#include "util/print_stream.h"
+#include "util/cmd/print_stream.h"
 
 namespace kvn {
 

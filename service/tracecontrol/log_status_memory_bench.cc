@@ -18,24 +18,16 @@
 #include "service/agents/daxo_trace_model.h"
 #include "service/tracecontrol/log_status_cmd_session.h"
 #include "tracetables/trace_group_table.h"
-#include "util/pxm_mainloop.h"
-#include "util/routine_table.h"
-#include "util/routine_table_log.h"
-#include "util/tavi_command_proxy.h"
-#include "util/tavi_protocol.h"
+#include "tavi/tavi_protocol.h"
+#include "util/cmd/tavi_command_proxy.h"
+#include "util/mainloop/pxm_mainloop.h"
+#include "util/mainloop/routine_table.h"
+#include "util/mainloop/timer_queue.h"
 #include "util/testing/fake_pxm.h"
-#include "util/timer_queue.h"
 
 namespace {
 
 using kvn::testing::FakePxm;
-
-class NullLog : public kvn::RoutineTableLog {
- public:
-  void error(const char*, ...) override {}
-  void info(const char*, ...) override {}
-  void debug(const char*, ...) override {}
-};
 
 // A field of /proc/self/status, in kB.
 long statusKb(const char* field) {
@@ -86,8 +78,7 @@ int main(int argc, char** argv) {
   FakePxm pxm;
   TimerQueue timers;
   PxmMainloop loop(&pxm, "kvn-tracecontroller", &timers);
-  NullLog log;
-  kvn::RoutineTable table(&pxm, FakePxm::kBaseSignalNo, &log);
+  kvn::RoutineTable table(&pxm, FakePxm::kBaseSignalNo);
   loop.setDispatcher(FakePxm::kBaseSignalNo,
                      [&table](pxm_mbox_id_t s, pxm_msg*& m, size_t n) { table.dispatch(s, m, n); });
 

@@ -19,9 +19,10 @@
 #include "service/tracecontrol/utrace_config.h"
 #include "tracetables/bad_profile_exception.h"
 #include "tracetables/profile_provider.h"
-#include "util/cmd_layer_test_base.h"
-#include "util/cmd_session.h"
-#include "util/event.h"
+#include "util/cmd/cmd_session.h"
+#include "util/cmd/tavi_command_proxy.h"
+#include "util/mainloop/event.h"
+#include "util/testing/cmd_layer_test_base.h"
 
 namespace kvn::testing {
 

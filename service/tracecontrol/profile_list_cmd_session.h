@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-#include "util/cmd_session.h"
+#include "util/cmd/cmd_session.h"
 
 namespace kvntrace {
 class ProfileProvider;

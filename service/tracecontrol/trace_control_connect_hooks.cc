@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "service/agents/daxo_trace_model.h"
+#include "service/signals/daxo_connect_signals.h"
 #include "service/tracecontrol/trace_object_controller.h"
 #include "service/tracecontrol/trace_state_serializer.h"
 #include "service/tracecontrol/trace_toggler.h"
@@ -23,10 +24,10 @@ void TraceControlConnectHooks::building(DaxoRecord& r) {
 }
 
 void TraceControlConnectHooks::deployed(DaxoRecord& r, uint16_t code) {
-  if (code == 14) {
+  if (code == kImplementsTraceObjectManager) {
     r.traceObjectManager.controller =
         std::make_shared<TraceObjectController>(r.bbmHwNumber, r.traceObjectManager.proxy);
-  } else if (code == 15) {
+  } else if (code == kImplementsUniqueTraceManager) {
     r.uniqueTraceManager.config =
         std::make_shared<UTraceConfig>(r.bbmHwNumber, r.uniqueTraceManager.proxy);
     r.uniqueTraceManager.controller =

@@ -14,7 +14,11 @@ namespace kvn {
 
 TraceObjectController::TraceObjectController(uint16_t bbmHwNumber,
                                              std::shared_ptr<TraceObjectProxy> proxy)
-    : proxy_(std::move(proxy)), bbmHwNumber_(bbmHwNumber) {}
+    : proxy_(std::move(proxy)),
+      bbmHwNumber_(bbmHwNumber),
+      batches_([this](const std::vector<TraceObjectMask>& masks, bool queued) {
+        sendBatch(masks, queued);
+      }) {}
 
 TraceObjectController::~TraceObjectController() = default;
 
@@ -46,46 +50,29 @@ std::vector<TraceObjectMask> TraceObjectController::getAll() {
 }
 
 void TraceObjectController::setMasks(std::vector<TraceObjectMask> masks, Done done) {
-  pending_.push_back({std::move(masks), std::move(done)});
-  if (busy_) return;
-  TC_LOG_INFO("Sending setMaskReq for %u objects to daxo %u",
-              static_cast<unsigned>(pending_.front().masks.size()), bbmHwNumber_);
-  sendFront();
+  batches_.push(std::move(masks), std::move(done));
 }
 
-void TraceObjectController::sendFront() {
-  Batch batch = std::move(pending_.front());
-  pending_.pop_front();
-  const size_t count = batch.masks.size();
+void TraceObjectController::sendBatch(const std::vector<TraceObjectMask>& masks, bool queued) {
+  const size_t count = masks.size();
+  if (queued)
+    CPMUTIL_LOG_DEBUG("Sending queued setMaskReq for %u objects to daxo %u",
+                      static_cast<unsigned>(count), bbmHwNumber_);
+  else
+    TC_LOG_INFO("Sending setMaskReq for %u objects to daxo %u", static_cast<unsigned>(count),
+                bbmHwNumber_);
   auto* msg = reinterpret_cast<KvnTraceObjectSetMaskReqS*>(
       proxy_->alloc_msg(KvnTraceObjectSetMaskReqS::sizeFor(count)));
   msg->count = static_cast<uint16_t>(count);
   uint8_t* entry = reinterpret_cast<uint8_t*>(msg) + offsetof(KvnTraceObjectSetMaskReqS, entries);
-  for (const TraceObjectMask& m : batch.masks) {
+  for (const TraceObjectMask& m : masks) {
     const KvnTraceObjectMaskEntryS e{m.strId, m.mask};
     memcpy(entry, &e, sizeof e);
     entry += sizeof e;
   }
-  inFlight_ = std::move(batch.done);
   std::function<void(KvnTraceObjectSetMaskCfmS*&, size_t)> onCfm =
-      [this](KvnTraceObjectSetMaskCfmS*&, size_t) { onConfirm(); };
+      [this](KvnTraceObjectSetMaskCfmS*&, size_t) { batches_.confirmed(); };
   proxy_->send(msg, getKillableCallback(std::move(onCfm)));
-  busy_ = true;
-}
-
-void TraceObjectController::onConfirm() {
-  // Still busy while the callback runs: whatever it queues comes behind the batches waiting.
-  Done done = std::move(inFlight_);
-  inFlight_ = nullptr;
-  if (done) done();
-  if (pending_.empty()) {
-    busy_ = false;
-    return;
-  }
-  CPMUTIL_LOG_DEBUG("Sending queued setMaskReq for %u objects to daxo %u",
-                    static_cast<unsigned>(pending_.front().masks.size()), bbmHwNumber_);
-  busy_ = false;  // until the next one is really out
-  sendFront();
 }
 
 void TraceObjectController::applyManualChanges() {

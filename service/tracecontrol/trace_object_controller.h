@@ -7,15 +7,15 @@
 
 #include <stdint.h>
 
-#include <deque>
 #include <functional>
 #include <memory>
 #include <vector>
 
 #include "service/signals/signal_proxies.h"
+#include "service/tracecontrol/one_batch_in_flight.h"
 #include "service/tracecontrol/profile_mask_engine.h"
 #include "service/tracecontrol/trace_object_mask.h"
-#include "util/callback_utils.h"
+#include "util/mainloop/callback_utils.h"
 
 namespace kvn {
 
@@ -51,23 +51,15 @@ class TraceObjectController : public TraceObjectControllerInterface, public Call
 
   uint16_t bbmHwNumber() const { return bbmHwNumber_; }
   // Batches not yet confirmed: those queued and the one in flight.
-  size_t pendingBatches() const { return pending_.size() + (busy_ ? 1 : 0); }
-  bool busy() const { return busy_; }
+  size_t pendingBatches() const { return batches_.pendingBatches(); }
+  bool busy() const { return batches_.busy(); }
 
  private:
-  struct Batch {
-    std::vector<TraceObjectMask> masks;
-    Done done;
-  };
+  void sendBatch(const std::vector<TraceObjectMask>& masks, bool queued);
 
-  void sendFront();
-  void onConfirm();
-
-  std::deque<Batch> pending_;
-  bool busy_ = false;
   std::shared_ptr<TraceObjectProxy> proxy_;
   uint16_t bbmHwNumber_;
-  Done inFlight_;
+  OneBatchInFlight<TraceObjectMask> batches_;
   ProfileMaskEngine engine_;
 };
 

@@ -12,7 +12,9 @@
 namespace kvn {
 
 UTraceConfig::UTraceConfig(uint16_t bbmHwNumber, std::shared_ptr<UTraceProxy> proxy)
-    : proxy_(std::move(proxy)), bbmHwNumber_(bbmHwNumber) {}
+    : proxy_(std::move(proxy)),
+      bbmHwNumber_(bbmHwNumber),
+      batches_([this](const std::vector<UtraceChange>& changes, bool) { sendBatch(changes); }) {}
 
 UTraceConfig::~UTraceConfig() = default;
 
@@ -35,42 +37,24 @@ void UTraceConfig::setPoints(const std::vector<size_t>& positions, bool enable, 
 }
 
 void UTraceConfig::send(std::vector<UtraceChange> changes, Done done) {
-  pending_.push_back({std::move(changes), std::move(done)});
-  if (!busy_) sendFront();
+  batches_.push(std::move(changes), std::move(done));
 }
 
-void UTraceConfig::sendFront() {
-  Batch batch = std::move(pending_.front());
-  pending_.pop_front();
-  const size_t count = batch.changes.size();
+void UTraceConfig::sendBatch(const std::vector<UtraceChange>& changes) {
+  const size_t count = changes.size();
   auto* msg = reinterpret_cast<KvnUtraceSetConfigReqS*>(
       proxy_->alloc_msg(KvnUtraceSetConfigReqS::sizeFor(count)));
   msg->count = static_cast<uint16_t>(count);
   uint8_t* entry = reinterpret_cast<uint8_t*>(msg) + offsetof(KvnUtraceSetConfigReqS, entries);
-  for (const UtraceChange& c : batch.changes) {
+  for (const UtraceChange& c : changes) {
     const KvnUtraceConfigEntryS e{c.id, static_cast<uint16_t>(c.differsFromDefault ? 1 : 0)};
     memcpy(entry, &e, sizeof e);
     entry += sizeof e;
   }
-  inFlight_ = std::move(batch.done);
-  std::function<void(KvnUtraceSetConfigCfmS*&, size_t)> onCfm = [this](KvnUtraceSetConfigCfmS*&,
-                                                                       size_t) { onConfirm(); };
+  std::function<void(KvnUtraceSetConfigCfmS*&, size_t)> onCfm =
+      [this](KvnUtraceSetConfigCfmS*&, size_t) { batches_.confirmed(); };
   proxy_->send(msg, getKillableCallback(std::move(onCfm)));
-  busy_ = true;
   TC_LOG_INFO("UTracepoint config sent to daxo for %d tracepoints", static_cast<int>(count));
-}
-
-void UTraceConfig::onConfirm() {
-  // Still busy while the callback runs: whatever it queues comes behind the batches waiting.
-  Done done = std::move(inFlight_);
-  inFlight_ = nullptr;
-  if (done) done();
-  if (pending_.empty()) {
-    busy_ = false;
-    return;
-  }
-  busy_ = false;  // until the next one is really out
-  sendFront();
 }
 
 size_t UTraceConfig::positionByName(const std::string& name) const {

@@ -6,15 +6,15 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "service/signals/signal_proxies.h"
+#include "service/tracecontrol/one_batch_in_flight.h"
 #include "service/tracecontrol/utrace_change.h"
-#include "util/callback_utils.h"
+#include "util/mainloop/callback_utils.h"
 
 namespace kvn {
 
@@ -38,22 +38,14 @@ class UTraceConfig : public CallbackUtils {
 
   uint16_t bbmHwNumber() const { return bbmHwNumber_; }
   // Batches not yet confirmed: those queued and the one in flight.
-  size_t pendingBatches() const { return pending_.size() + (busy_ ? 1 : 0); }
+  size_t pendingBatches() const { return batches_.pendingBatches(); }
 
  private:
-  struct Batch {
-    std::vector<UtraceChange> changes;
-    Done done;
-  };
+  void sendBatch(const std::vector<UtraceChange>& changes);
 
-  void sendFront();
-  void onConfirm();
-
-  std::deque<Batch> pending_;
-  bool busy_ = false;
   std::shared_ptr<UTraceProxy> proxy_;
   uint16_t bbmHwNumber_;
-  Done inFlight_;
+  OneBatchInFlight<UtraceChange> batches_;
 };
 
 }  // namespace kvn

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "util/kvn_obs_sub_message_with_sub_msg_no.h"
-#include "util/pxm_mainloop.h"
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
+#include "util/mainloop/pxm_mainloop.h"
 
 namespace kvn::testing {
 

@@ -5,7 +5,7 @@
 //   kvn::testing::FakePxm pxm;
 //   TimerQueue timers;
 //   PxmMainloop loop(&pxm, "svc", &timers);          // becomes pxm.own()
-//   kvn::RoutineTable table(&pxm, kBaseSignal, &log);
+//   kvn::RoutineTable table(&pxm, kBaseSignal);
 //   auto peer = pxm.createPeer("front end");
 //   pxm.injectObs(peer, /*dst*/ 1, /*src*/ 7, /*submsgno*/ 3, body);
 //   pxm.runUntilIdle(loop);
@@ -21,7 +21,7 @@
 #include <string>
 #include <vector>
 
-#include "util/hkm_pxm_interface.h"
+#include "util/mailbox/hkm_pxm_interface.h"
 
 class PxmMainloop;
 

@@ -1,0 +1,211 @@
+#include "util/cmd/cmd_session_factory.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tracing/log_capture.h"
+#include "util/cmd/output_cmd_session.h"
+#include "util/testing/cmd_layer_test_base.h"
+
+namespace kvn {
+namespace {
+
+using kvn::log::Level;
+using kvn::log::LogCapture;
+using Sent = kvn::testing::FakePxm::Sent;
+
+constexpr uint16_t kFrontEndRoutine = 77;
+
+// A root whose parse the test decides.
+class ScriptedParser : public CmdParser {
+ public:
+  using CmdParser::CmdParser;
+  std::function<std::shared_ptr<CmdSession>(const std::vector<std::string>&)> onParse;
+  std::shared_ptr<CmdSession> parse(const std::vector<std::string>& args) override {
+    return onParse ? onParse(args) : CmdParser::parse(args);
+  }
+};
+
+class CmdSessionFactoryTest : public kvn::testing::CmdLayerTestBase {
+ protected:
+  void SetUp() override {
+    CmdLayerTestBase::SetUp();
+    zoth->addSubcommand(std::make_shared<CmdParser>("info", "Print info about connected daxos."));
+    factory->addRootParser(zoth);
+    // As the service's `zorf`: refuses all but `log` as not implemented.
+    auto zorf = std::make_shared<ScriptedParser>("zorf", "Base band trace & error.");
+    zorf->onParse = [z = zorf.get()](const std::vector<std::string>& args) {
+      if (args.empty() || args[0] != "log") throw NotImplementedError("not implemented");
+      return z->CmdParser::parse(args);
+    };
+    factory->addRootParser(zorf);
+    factory->addRootParser(scripted);
+    table.allocate(factory, 1);
+  }
+
+  // A command request as the front end sends it; `block` is the argument block as it stands.
+  void request(const std::string& block, uint8_t argc, uint32_t version = 1, int argsLength = -1,
+               uint16_t submsgno = 3) {
+    const uint16_t len = argsLength < 0 ? static_cast<uint16_t>(block.size()) : argsLength;
+    std::vector<uint8_t> body = {uint8_t(version >> 24),
+                                 uint8_t(version >> 16),
+                                 uint8_t(version >> 8),
+                                 uint8_t(version),
+                                 argc,
+                                 0,
+                                 uint8_t(len >> 8),
+                                 uint8_t(len)};
+    for (const char c : block) body.push_back(static_cast<uint8_t>(c));
+    pxm.injectObs(peer, 1, kFrontEndRoutine, submsgno, body);
+    run();
+  }
+
+  std::vector<Sent> received() {
+    std::vector<Sent> out;
+    while (auto m = pxm.popSent(peer)) out.push_back(*m);
+    return out;
+  }
+
+  // The accepted-text-ended sequence of a command answered with `text` and `result`.
+  void expectAnswer(const std::string& text, uint8_t result) {
+    auto msgs = received();
+    ASSERT_EQ(msgs.size(), 3u);
+    EXPECT_EQ(msgs[0].submsgno, 5);
+    EXPECT_EQ(msgs[0].dstRoutineId, kFrontEndRoutine);
+    EXPECT_EQ(msgs[1].submsgno, 8);
+    EXPECT_EQ(msgs[1].text(18, msgs[1].be16(16)), text);
+    EXPECT_EQ(msgs[2].submsgno, 7);
+    EXPECT_EQ(msgs[2].u8(12), result);
+  }
+
+  void expectRefused(uint32_t reason) {
+    auto msgs = received();
+    ASSERT_EQ(msgs.size(), 1u);
+    EXPECT_EQ(msgs[0].submsgno, 6);
+    EXPECT_EQ(msgs[0].size, 20u);
+    EXPECT_EQ(msgs[0].be32(12), 1u);
+    EXPECT_EQ(msgs[0].be32(16), reason);
+  }
+
+  std::shared_ptr<CmdSessionFactory> factory = std::make_shared<CmdSessionFactory>();
+  std::shared_ptr<CmdParser> zoth = std::make_shared<CmdParser>("zoth", "Base band trace session.");
+  std::shared_ptr<ScriptedParser> scripted = std::make_shared<ScriptedParser>("scripted", "");
+};
+
+TEST_F(CmdSessionFactoryTest, WrongSubmsgnoIsLoggedAndIgnored) {
+  LogCapture cap;
+  request(std::string("zoth\0", 5), 1, 1, -1, 4);
+  EXPECT_TRUE(received().empty());
+  EXPECT_TRUE(cap.has(Level::Error, "Unexpected submsgno=3"));
+}
+
+TEST_F(CmdSessionFactoryTest, BadProtocolVersionIsRefused) {
+  LogCapture cap;
+  request(std::string("zoth\0", 5), 1, 2);
+  expectRefused(1);
+  EXPECT_TRUE(cap.has(Level::Error,
+                      "Tavi with bad protocol version connected. Expected 1, but tavi sent 2."));
+}
+
+TEST_F(CmdSessionFactoryTest, EmptyBlockIsNoCommand) {
+  LogCapture cap;
+  request("", 0);
+  expectAnswer("No command received\n", 1);
+  EXPECT_TRUE(cap.has(Level::Error, "No command received"));
+}
+
+TEST_F(CmdSessionFactoryTest, ArgumentCountMustMatchTheBlock) {
+  const std::string text = "Reported argument count does not match the actual number of arguments.";
+  LogCapture cap;
+  // An empty argument at the end that the front end did not count.
+  request(std::string("zoth\0\0", 6), 1);
+  expectAnswer(text + "\n", 1);
+  EXPECT_TRUE(cap.has(Level::Error, text));
+
+  // Counted, it is the (empty) name of a sub-command.
+  request(std::string("zoth\0\0", 6), 2);
+  auto msgs = received();
+  ASSERT_EQ(msgs.size(), 3u);
+  EXPECT_EQ(msgs[1].text(18, 20), "No such subcommand. ");
+  EXPECT_EQ(msgs[2].u8(12), 2);
+}
+
+TEST_F(CmdSessionFactoryTest, BlockWithoutFinalNulLosesItsLastByte) {
+  request("zoth", 1);  // read as "zot"
+  expectRefused(2);
+}
+
+TEST_F(CmdSessionFactoryTest, LengthBeyondTheMessageIsMalformedNotARead) {
+  LogCapture cap;
+  request(std::string("zoth\0", 5), 1, 1, 4000);
+  expectAnswer("Malformed command request.\n", 1);
+  EXPECT_TRUE(
+      cap.has(Level::Error,
+              "Malformed command request: argsLength 4000 exceeds the 5 bytes of the message"));
+
+  // Too short even for the fixed part.
+  pxm.injectObs(peer, 1, kFrontEndRoutine, 3, {0, 0, 0, 1});
+  run();
+  expectAnswer("Malformed command request.\n", 1);
+}
+
+TEST_F(CmdSessionFactoryTest, UnknownRootAndZorfOtherThanLogAreRefused) {
+  request(std::string("nope\0a\0b\0", 9), 3);
+  expectRefused(2);
+  request(std::string("zorf\0--help\0", 12), 2);
+  expectRefused(2);
+  request(std::string("zorf\0", 5), 1);
+  expectRefused(2);
+
+  // zorf log goes down the tree, here without a log command.
+  request(std::string("zorf\0log\0", 9), 2);
+  auto msgs = received();
+  ASSERT_EQ(msgs.size(), 3u);
+  EXPECT_EQ(msgs[1].text(18, 26), "No such subcommand. 'log'\n");
+  EXPECT_EQ(msgs[2].u8(12), 2);
+}
+
+TEST_F(CmdSessionFactoryTest, ParserErrorsBecomeTextAndResult) {
+  scripted->onParse = [](const std::vector<std::string>& args) -> std::shared_ptr<CmdSession> {
+    if (args.at(0) == "code") throw CmdParserErrorCode("bad with code", 5);
+    throw CmdParserError("bad");
+  };
+  request(std::string("scripted\0code\0", 14), 2);
+  expectAnswer("bad with code\n", 5);
+  request(std::string("scripted\0x\0", 11), 2);
+  expectAnswer("bad\n", 1);
+
+  scripted->onParse = [](const std::vector<std::string>&) -> std::shared_ptr<CmdSession> {
+    throw std::runtime_error("not ours");
+  };
+  // Anything else is the main loop's: logged there, nothing sent.
+  LogCapture cap;
+  request(std::string("scripted\0", 9), 1);
+  EXPECT_TRUE(cap.has(Level::Info, "Caught exception not ours"));
+  EXPECT_TRUE(received().empty());
+}
+
+TEST_F(CmdSessionFactoryTest, StartedSessionGetsItsNumberAndCmdStart) {
+  std::vector<std::string> parsed;
+  scripted->onParse = [&](const std::vector<std::string>& args) {
+    parsed = args;
+    return std::make_shared<OutputCmdSession>("fine", 0);
+  };
+  LogCapture cap;
+  request(std::string("scripted\0one\0two\0", 17), 3);
+  EXPECT_EQ(parsed, (std::vector<std::string>{"one", "two"}));
+  // The life routine takes the first free number, the session the next.
+  EXPECT_TRUE(cap.has("cmdId=1198 cmdLine=scripted one two"));
+  EXPECT_TRUE(cap.has("cmdId=1198 retVal=0"));
+  auto msgs = received();
+  ASSERT_EQ(msgs.size(), 3u);
+  EXPECT_EQ(msgs[0].srcRoutineId, 1199) << "accepted comes from the life routine";
+  EXPECT_EQ(msgs[1].text(18, 5), "fine\n");
+  EXPECT_EQ(pxm.leakedMessages(), 0u);
+}
+
+}  // namespace
+}  // namespace kvn
