@@ -11,21 +11,13 @@
 
 #include "util/cmd_session.h"
 #include "util/output_cmd_session.h"
-#include "util/pxm_mainloop.h"
-#include "util/routine_table.h"
 #include "util/tavi_command_proxy.h"
-#include "util/testing/fake_pxm.h"
-#include "util/testing/null_log.h"
-#include "util/timer_queue.h"
+#include "util/testing/loop_with_table.h"
 
 namespace kvn::testing {
 
-class CmdLayerTestBase : public ::testing::Test {
+class CmdLayerTestBase : public ::testing::Test, protected LoopWithTable {
  protected:
-  void SetUp() override {
-    loop.setDispatcher(FakePxm::kBaseSignalNo,
-                       [this](pxm_mbox_id_t s, pxm_msg*& m, size_t n) { table.dispatch(s, m, n); });
-  }
   void TearDown() override { EXPECT_EQ(pxm.badFrees(), 0); }
 
   void run() { pxm.runUntilIdle(loop); }
@@ -63,11 +55,6 @@ class CmdLayerTestBase : public ::testing::Test {
     return answer_;
   }
 
-  FakePxm pxm;
-  TimerQueue timers;
-  PxmMainloop loop{&pxm, "kvn-tracecontroller", &timers};
-  NullLog log;
-  RoutineTable table{&pxm, FakePxm::kBaseSignalNo, &log};
   pxm_mbox_id_t peer = pxm.createPeer("peer");
   Answer answer_;
 };

@@ -10,12 +10,9 @@
 #include "tracing/log_capture.h"
 #include "util/event.h"
 #include "util/kvn_obs_sub_message_with_sub_msg_no.h"
-#include "util/pxm_mainloop.h"
 #include "util/routine.h"
 #include "util/routine_proxy.h"
-#include "util/testing/fake_pxm.h"
-#include "util/testing/null_log.h"
-#include "util/timer_queue.h"
+#include "util/testing/loop_with_table.h"
 
 namespace kvn {
 namespace {
@@ -23,7 +20,6 @@ namespace {
 using kvn::log::Level;
 using kvn::log::LogCapture;
 using kvn::testing::FakePxm;
-using kvn::testing::NullLog;
 
 // Runs a test-given body for each message and tells the test when it dies.
 class ScriptedRoutine : public Routine {
@@ -43,19 +39,10 @@ class ScriptedRoutine : public Routine {
   }
 };
 
-class RoutineTableTest : public ::testing::Test {
+class RoutineTableTest : public ::testing::Test, protected kvn::testing::LoopWithTable {
  protected:
-  FakePxm pxm;
-  TimerQueue timers;
-  PxmMainloop loop{&pxm, "kvn-tracecontroller", &timers};
-  NullLog log;
-  RoutineTable table{&pxm, FakePxm::kBaseSignalNo, &log};
   pxm_mbox_id_t peer = pxm.createPeer("peer");
 
-  void SetUp() override {
-    loop.setDispatcher(FakePxm::kBaseSignalNo,
-                       [this](pxm_mbox_id_t s, pxm_msg*& m, size_t n) { table.dispatch(s, m, n); });
-  }
   void TearDown() override { EXPECT_EQ(pxm.badFrees(), 0); }
 };
 

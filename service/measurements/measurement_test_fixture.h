@@ -13,6 +13,7 @@
 #include "service/agents/daxo_trace_model.h"
 #include "service/tracecontrol/log_test_fixture.h"
 #include "util/cmd_parser.h"
+#include "util/testing/wire_bytes.h"
 
 namespace kvn::testing {
 
@@ -75,15 +76,6 @@ class MeasurementTestFixture : public LogTestFixture {
     pxm.injectObs(agentMailbox[n], req.srcRoutineId, req.dstRoutineId, submsgno, body);
     LogTestFixture::run();
     return answer();
-  }
-
-  static void be16(std::vector<uint8_t>& b, uint16_t v) {
-    b.push_back(static_cast<uint8_t>(v >> 8));
-    b.push_back(static_cast<uint8_t>(v));
-  }
-  static void be32(std::vector<uint8_t>& b, uint32_t v) {
-    be16(b, static_cast<uint16_t>(v >> 16));
-    be16(b, static_cast<uint16_t>(v));
   }
 };
 
