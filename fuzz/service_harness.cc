@@ -59,7 +59,7 @@ ServiceHarness::ServiceHarness() {
   auto connectClient = std::make_shared<DaxoConnectClient>(s_.loop);
   s_.table.allocate(connectClient, DaxoConnectClient::kInitialConnectRoutine);
   s_.table.allocate(std::make_shared<RoutineProxy>(connectClient.get()),
-                  DaxoConnectClient::kVersionConnectRoutine);
+                    DaxoConnectClient::kVersionConnectRoutine);
   auto factory = std::make_shared<CmdSessionFactory>();
   auto zoth = std::make_shared<CmdParser>("zoth", "Base band trace session.");
   factory->addRootParser(zoth);
@@ -136,7 +136,7 @@ void ServiceHarness::settle() {
         case 8:
           ++answer_.texts;
           s_.pxm.injectObs(frontEnd_, m->srcRoutineId, kFrontEndRoutine, 8,
-                         {m->bytes.at(12), m->bytes.at(13)});
+                           {m->bytes.at(12), m->bytes.at(13)});
           break;
         default:
           break;
@@ -151,7 +151,7 @@ bool ServiceHarness::confirmAgents() {
     while (auto m = s_.pxm.popSent(agent)) {
       if (m->size < 12) continue;
       s_.pxm.injectObs(agent, m->srcRoutineId, m->dstRoutineId,
-                     static_cast<uint16_t>(m->submsgno + 1));
+                       static_cast<uint16_t>(m->submsgno + 1));
       any = true;
     }
   }

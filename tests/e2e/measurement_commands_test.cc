@@ -101,7 +101,7 @@ TEST_F(MeasurementCommandsTest, DspLoadMeasurementEndsByItselfThenPrintsItsTable
             std::string::npos)
       << out_;
   EXPECT_NE(out_.find("Pool         0-20%       -40%       -60%       -80%       -100%\n"
-                     "  1              6          0          0          0          0\n"),
+                      "  1              6          0          0          0          0\n"),
             std::string::npos)
       << out_;
   EXPECT_EQ(system_.journalLines(1, "KVN_DSPLOAD_PRINT_REQ").size(), 1u);
