@@ -99,5 +99,27 @@ TEST_F(LogCommandTest, ProfileEnableSendsEveryMaskAndResetBringsBackOnlyTheDefau
   EXPECT_EQ(out_, "error\nScheduling is already disabled on daxo 1\n");
 }
 
+TEST_F(LogCommandTest, ASlowAgentGetsTheNextBatchOnlyAfterItsConfirm) {
+  ASSERT_TRUE(system_.startAgent(1, {"--confirm-delay-ms", "700"})) << system_.agent(1).err();
+  std::unique_ptr<Process> first =
+      system_.startShell({"zorf", "log", "enable", "1", "obj", "trace1"});
+  std::unique_ptr<Process> second =
+      system_.startShell({"zorf", "log", "enable", "1", "harqHandler", "trace2"});
+  EXPECT_EQ(first->wait(), 0) << first->out();
+  EXPECT_EQ(second->wait(), 0) << second->out();
+  // Every mask request after the first comes after the confirm of the one before.
+  int requests = 0, confirms = 0;
+  for (const std::string& line : system_.journal(1)) {
+    if (line.find(kSetMask) != std::string::npos) {
+      EXPECT_EQ(requests, confirms) << "a request while one was in flight: " << line;
+      ++requests;
+    }
+    if (line.find("\"event\":\"confirm_sent\"") != std::string::npos &&
+        line.find("\"src\":40") != std::string::npos && requests > confirms)
+      ++confirms;
+  }
+  EXPECT_EQ(requests, 3);
+}
+
 }  // namespace
 }  // namespace kvn::e2e
