@@ -99,13 +99,19 @@ const json kVersionAgent = json::parse(R"({
   ]
 })");
 
-TEST_F(AgentSimulatorTest, VersionConnectArrivesExactlyAndStopDeletesTheMailbox) {
+// The connect's bytes are the encoder's (whose layout has its own test); what only the process
+// shows: it waits for the service, names its mailbox, journals requests by name and ends
+// cleanly on SIGTERM.
+TEST_F(AgentSimulatorTest, InitialConnectWaitsForTheServiceAndSigtermDeletesTheMailbox) {
+  json d = kVersionAgent;
+  d["connect"] = "initial";
+  for (const char* key : {"version", "roleIndex", "loadModuleName", "lmcPath"}) d.erase(key);
+  startAgent(d);
+  ASSERT_TRUE(eventually([&] { return journalHas("event", "waiting_for_service"); }));
   createService();
-  startAgent(kVersionAgent);
   pxm_msg* connect = receive(ConnectMessage::kBaseSignalNo);
   ASSERT_NE(connect, nullptr);
-  EXPECT_EQ(bytesOf(connect), ConnectMessage::encode(AgentDescription::fromJson(kVersionAgent)));
-  EXPECT_EQ(pxm_size(connect), 318u + 3 * 10 + 2);
+  EXPECT_EQ(bytesOf(connect), ConnectMessage::encode(AgentDescription::fromJson(d)));
   const uint32_t agent = pxm_sender(connect);
   char name[64] = {};
   pxm_get_name(agent, name, sizeof name);
@@ -114,9 +120,8 @@ TEST_F(AgentSimulatorTest, VersionConnectArrivesExactlyAndStopDeletesTheMailbox)
 
   // A request to the trace object routine is journalled by name.
   pxm_msg* req = pxm_alloc(14, ConnectMessage::kBaseSignalNo);
-  uint8_t* b = reinterpret_cast<uint8_t*>(req);
   const uint8_t header[] = {0, 100, 0x04, 0xAF, 0, 0, 0, 0, 0xCA, 0xFE};
-  memcpy(b + 4, header, sizeof header);
+  memcpy(reinterpret_cast<uint8_t*>(req) + 4, header, sizeof header);
   pxm_send(&req, agent, PXM_MY_MBOX);
   ASSERT_TRUE(eventually([&] { return journalHas("name", "KVN_TRACEOBJECT_SETMASK_REQ"); }));
   for (const json& l : journal())
@@ -136,33 +141,6 @@ TEST_F(AgentSimulatorTest, VersionConnectArrivesExactlyAndStopDeletesTheMailbox)
   EXPECT_TRUE(journalHas("event", "stopped"));
 }
 
-TEST_F(AgentSimulatorTest, InitialConnectWaitsForTheServiceAndKillIsSeen) {
-  json d = {{"connect", "initial"},       {"bbmHwNumber", 2},
-            {"instanceName", "A/B"},      {"domainDaxoIndex", 7},
-            {"mailboxName", "agent-two"}, {"routines", {{{"routineId", 9}, {"implements", 13}}}}};
-  startAgent(d);
-  ASSERT_TRUE(eventually([&] { return journalHas("event", "waiting_for_service"); }));
-  createService();
-  pxm_msg* connect = receive(ConnectMessage::kBaseSignalNo);
-  ASSERT_NE(connect, nullptr);
-  std::vector<uint8_t> m = bytesOf(connect);
-  ASSERT_EQ(m.size(), 50u);
-  EXPECT_EQ(m[5], 0);  // routine 0
-  EXPECT_EQ(m[35], 2);
-  EXPECT_EQ(m[33], 7);
-  EXPECT_EQ(m, ConnectMessage::encode(AgentDescription::fromJson(d)));
-  const uint32_t agent = pxm_sender(connect);
-  pxm_free(&connect);
-
-  pxm_msg* none = nullptr;
-  pxm_monitor(agent, &none);
-  agent_->signal(SIGKILL);
-  pxm_msg* gone = receive(PXM_MBOX_GONE);
-  ASSERT_NE(gone, nullptr);
-  EXPECT_EQ(pxm_sender(gone), agent);
-  pxm_free(&gone);
-}
-
 TEST_F(AgentSimulatorTest, ReconnectsToANewServiceOnlyWhenAsked) {
   createService();
   startAgent(kVersionAgent, {"--reconnect"});
@@ -170,12 +148,10 @@ TEST_F(AgentSimulatorTest, ReconnectsToANewServiceOnlyWhenAsked) {
   ASSERT_NE(first, nullptr);
   pxm_free(&first);
   pxm_delete_mailbox(service_);
-  service_ = PXM_NO_MBOX;
   ASSERT_TRUE(eventually([&] { return journalHas("event", "service_lost"); }));
   createService();
   pxm_msg* second = receive(ConnectMessage::kBaseSignalNo);
   ASSERT_NE(second, nullptr);
-  EXPECT_EQ(bytesOf(second), ConnectMessage::encode(AgentDescription::fromJson(kVersionAgent)));
   pxm_free(&second);
 
   // Without the option the simulator ends with the service.

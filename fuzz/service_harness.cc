@@ -52,12 +52,10 @@ ServiceHarness::ServiceHarness() {
   logDir();
   DaxoTraceModel::resetAll();
   DaxoTraceModel::addConnectHooks(&hooks());
-  loop_.setDispatcher(FakePxm::kBaseSignalNo,
-                      [this](pxm_mbox_id_t s, pxm_msg*& m, size_t n) { table_.dispatch(s, m, n); });
-  auto connectClient = std::make_shared<DaxoConnectClient>(loop_);
-  table_.allocate(connectClient, DaxoConnectClient::kInitialConnectRoutine);
-  table_.allocate(std::make_shared<RoutineProxy>(connectClient.get()),
-                  DaxoConnectClient::kVersionConnectRoutine);
+  auto connectClient = std::make_shared<DaxoConnectClient>(s_.loop);
+  s_.table.allocate(connectClient, DaxoConnectClient::kInitialConnectRoutine);
+  s_.table.allocate(std::make_shared<RoutineProxy>(connectClient.get()),
+                    DaxoConnectClient::kVersionConnectRoutine);
   auto factory = std::make_shared<CmdSessionFactory>();
   auto zoth = std::make_shared<CmdParser>("zoth", "Base band trace session.");
   factory->addRootParser(zoth);
@@ -66,8 +64,8 @@ ServiceHarness::ServiceHarness() {
   auto zorf = std::make_shared<ZorfCmdParser>("zorf", "Base band trace & error.");
   factory->addRootParser(zorf);
   zorf->addSubcommand(std::make_shared<LogCmdParser>());
-  table_.allocate(factory, 1);
-  frontEnd_ = pxm_.createPeer("kvnsh");
+  s_.table.allocate(factory, 1);
+  frontEnd_ = s_.pxm.createPeer("kvnsh");
 }
 
 ServiceHarness::~ServiceHarness() {
@@ -112,15 +110,15 @@ void ServiceHarness::injectFrom(pxm_mbox_id_t from, const uint8_t* bytes, size_t
   if (size < 12) return;
   if (from != frontEnd_ && std::find(agents_.begin(), agents_.end(), from) == agents_.end())
     agents_.push_back(from);
-  pxm_msg* msg = pxm_.alloc(size, FakePxm::kBaseSignalNo);
+  pxm_msg* msg = s_.pxm.alloc(size, FakePxm::kBaseSignalNo);
   memcpy(reinterpret_cast<uint8_t*>(msg) + 4, bytes + 4, size - 4);
-  pxm_.inject(msg, from);
+  s_.pxm.inject(msg, from);
 }
 
 void ServiceHarness::settle() {
   do {
-    pxm_.runUntilIdle(loop_);
-    while (auto m = pxm_.popSent(frontEnd_)) {
+    s_.pxm.runUntilIdle(s_.loop);
+    while (auto m = s_.pxm.popSent(frontEnd_)) {
       switch (m->submsgno) {
         case 5:
           ++answer_.accepted;
@@ -133,23 +131,23 @@ void ServiceHarness::settle() {
           break;
         case 8:
           ++answer_.texts;
-          pxm_.injectObs(frontEnd_, m->srcRoutineId, kFrontEndRoutine, 8,
-                         {m->bytes.at(12), m->bytes.at(13)});
+          s_.pxm.injectObs(frontEnd_, m->srcRoutineId, kFrontEndRoutine, 8,
+                           {m->bytes.at(12), m->bytes.at(13)});
           break;
         default:
           break;
       }
     }
-  } while (confirmAgents() || pxm_.queued(pxm_.own()) > 0);
+  } while (confirmAgents() || s_.pxm.queued(s_.pxm.own()) > 0);
 }
 
 bool ServiceHarness::confirmAgents() {
   bool any = false;
   for (pxm_mbox_id_t agent : agents_) {
-    while (auto m = pxm_.popSent(agent)) {
+    while (auto m = s_.pxm.popSent(agent)) {
       if (m->size < 12) continue;
-      pxm_.injectObs(agent, m->srcRoutineId, m->dstRoutineId,
-                     static_cast<uint16_t>(m->submsgno + 1));
+      s_.pxm.injectObs(agent, m->srcRoutineId, m->dstRoutineId,
+                       static_cast<uint16_t>(m->submsgno + 1));
       any = true;
     }
   }
@@ -163,15 +161,8 @@ ServiceHarness::Answer ServiceHarness::takeAnswer() {
 }
 
 void ServiceHarness::kill(pxm_mbox_id_t mbox) {
-  pxm_.kill(mbox);
+  s_.pxm.kill(mbox);
   settle();
-}
-
-size_t ServiceHarness::usedSlots() const {
-  size_t n = 0;
-  for (uint16_t id = 0; id < RoutineTable::kSize; ++id)
-    if (table_.get(id)) ++n;
-  return n;
 }
 
 }  // namespace kvn::fuzz

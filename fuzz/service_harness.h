@@ -13,11 +13,7 @@
 #include <vector>
 
 #include "service/tracecontrol/trace_control_connect_hooks.h"
-#include "util/mainloop/pxm_mainloop.h"
-#include "util/mainloop/routine_table.h"
-#include "util/mainloop/timer_queue.h"
-#include "util/testing/fake_pxm.h"
-#include "util/mainloop/timer_queue.h"
+#include "util/testing/loop_with_table.h"
 
 namespace kvn::fuzz {
 
@@ -50,12 +46,12 @@ class ServiceHarness {
   Answer takeAnswer();
 
   pxm_mbox_id_t frontEnd() const { return frontEnd_; }
-  pxm_mbox_id_t newAgentMailbox(const std::string& name) { return pxm_.createPeer(name); }
+  pxm_mbox_id_t newAgentMailbox(const std::string& name) { return s_.pxm.createPeer(name); }
   // The peer dies, and its watchers hear of it.
   void kill(pxm_mbox_id_t mbox);
   // Routine slots in use.
-  size_t usedSlots() const;
-  const kvn::testing::FakePxm& pxm() const { return pxm_; }
+  size_t usedSlots() const { return s_.table.usedSlots(); }
+  const kvn::testing::FakePxm& pxm() const { return s_.pxm; }
 
   // The sample container beside the fuzz targets, and a private LOG_DIR for saved states.
   static const std::string& sampleLmc();
@@ -64,10 +60,7 @@ class ServiceHarness {
   // Confirms what waits at the agents; true when anything was confirmed.
   bool confirmAgents();
 
-  kvn::testing::FakePxm pxm_;
-  TimerQueue timers_;
-  PxmMainloop loop_{&pxm_, "kvn-tracecontroller", &timers_};
-  RoutineTable table_{&pxm_, kvn::testing::FakePxm::kBaseSignalNo};
+  kvn::testing::LoopWithTable s_;
   pxm_mbox_id_t frontEnd_;
   std::vector<pxm_mbox_id_t> agents_;
   Answer answer_;

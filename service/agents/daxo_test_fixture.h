@@ -13,23 +13,17 @@
 #include "service/agents/daxo_connection_monitor.h"
 #include "service/agents/daxo_trace_model.h"
 #include "util/mainloop/event.h"
-#include "util/mainloop/pxm_mainloop.h"
 #include "util/mainloop/routine_proxy.h"
-#include "util/mainloop/routine_table.h"
-#include "util/mainloop/timer_queue.h"
-#include "util/testing/fake_pxm.h"
-#include "util/mainloop/timer_queue.h"
+#include "util/testing/loop_with_table.h"
 
 namespace kvn::testing {
 
-class DaxoTestFixture : public ::testing::Test {
+class DaxoTestFixture : public ::testing::Test, protected LoopWithTable {
  protected:
   using Description = kvn::daxosim::AgentDescription;
 
   DaxoTestFixture() {
     DaxoTraceModel::resetAll();
-    loop.setDispatcher(FakePxm::kBaseSignalNo,
-                       [this](pxm_mbox_id_t s, pxm_msg*& m, size_t z) { table.dispatch(s, m, z); });
     client = std::make_shared<DaxoConnectClient>(loop, connectEvent);
     table.allocate(client, DaxoConnectClient::kInitialConnectRoutine);
     table.allocate(std::make_shared<RoutineProxy>(client.get()),
@@ -68,10 +62,6 @@ class DaxoTestFixture : public ::testing::Test {
     return peer;
   }
 
-  FakePxm pxm;
-  TimerQueue timers;
-  PxmMainloop loop{&pxm, "kvn-tracecontroller", &timers};
-  RoutineTable table{&pxm, FakePxm::kBaseSignalNo};
   std::shared_ptr<kvntrace::Event> connectEvent = std::make_shared<kvntrace::Event>();
   std::shared_ptr<DaxoConnectClient> client;
   std::shared_ptr<DaxoConnectionMonitor> monitor;

@@ -19,6 +19,7 @@
 #include "service/trace_controller_context.h"
 #include "util/cmd/output_cmd_session.h"
 #include "util/cmd/tavi_command_proxy.h"
+#include "util/testing/wire_bytes.h"
 
 namespace kvn::testing {
 
@@ -114,9 +115,6 @@ class RecorderTestFixture : public DaxoTestFixture {
     run();
   }
 
-  static void put(std::vector<uint8_t>& out, uint32_t value, int bytes) {
-    for (int i = bytes - 1; i >= 0; --i) out.push_back(static_cast<uint8_t>(value >> (8 * i)));
-  }
   static kvnSuperTimeS at(int64_t micros) {
     return {kT + static_cast<uint32_t>(micros / 1000000), static_cast<uint32_t>(micros % 1000000),
             0};
@@ -137,19 +135,19 @@ class RecorderTestFixture : public DaxoTestFixture {
   static std::vector<uint8_t> indexBody(const std::vector<kvnSuperBlockHeaderS>& headers,
                                         int claimed = -1, uint32_t blockSize = 4096) {
     std::vector<uint8_t> b;
-    put(b, blockSize, 4);
-    put(b, claimed >= 0 ? claimed : static_cast<uint32_t>(headers.size()), 2);
+    putBe(b, blockSize, 4);
+    putBe(b, claimed >= 0 ? claimed : static_cast<uint32_t>(headers.size()), 2);
     for (const kvnSuperBlockHeaderS& h : headers) {
-      put(b, h.source, 2);
-      put(b, h.address, 4);
-      put(b, h.size, 4);
-      put(b, h.dmaInterrupts, 2);
-      put(b, h.errors, 2);
-      put(b, h.sequence, 2);
+      putBe(b, h.source, 2);
+      putBe(b, h.address, 4);
+      putBe(b, h.size, 4);
+      putBe(b, h.dmaInterrupts, 2);
+      putBe(b, h.errors, 2);
+      putBe(b, h.sequence, 2);
       for (const kvnSuperTimeS& t : {h.startTime, h.endTime}) {
-        put(b, t.seconds, 4);
-        put(b, t.microseconds, 4);
-        put(b, t.bfn, 4);
+        putBe(b, t.seconds, 4);
+        putBe(b, t.microseconds, 4);
+        putBe(b, t.bfn, 4);
       }
     }
     if (headers.empty()) b.resize(b.size() + sizeof(kvnSuperBlockHeaderS));  // room for one

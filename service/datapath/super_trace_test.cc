@@ -142,12 +142,6 @@ class SuperTraceTest : public kvn::testing::DaxoTestFixture {
     return dynamic_cast<const SuperTraceStreaming&>(*DaxoTraceModel::get(n).embuf.superTraceAction);
   }
 
-  size_t usedRoutines() const {
-    size_t used = 0;
-    for (uint16_t id = 0; id < RoutineTable::kSize; ++id) used += table.get(id) != nullptr;
-    return used;
-  }
-
   using V = std::vector<uint16_t>;
 
   TraceDataPathConnectHooks hooks;
@@ -179,7 +173,7 @@ TEST_F(SuperTraceTest, ARecordingStartsAndStopsOverItsGroup) {
   connectAgent(1);
   connectAgent(2);
   EXPECT_EQ(superTrace.watchedAgents().size(), 2u);
-  const size_t idle = usedRoutines();
+  const size_t idle = table.usedSlots();
 
   startRun({1, 2}, kSuperTraceRecording);
   EXPECT_EQ(sent(1), V{kSetUp});
@@ -220,7 +214,7 @@ TEST_F(SuperTraceTest, ARecordingStartsAndStopsOverItsGroup) {
   stopRun({2});
   EXPECT_EQ(outcome->text, "No active streaming or recording on daxo 2.\n");
   dropAction();
-  EXPECT_EQ(usedRoutines(), idle);
+  EXPECT_EQ(table.usedSlots(), idle);
 }
 
 TEST_F(SuperTraceTest, AStopCompletesWithItsText) {
@@ -336,7 +330,7 @@ TEST_F(SuperTraceTest, AStopDuringADrainEndsTheStreamWithoutRestartingProducers)
 TEST_F(SuperTraceTest, AnAgentLostWhileDrainingLetsTheOthersGoOn) {
   connectAgent(1);
   connectAgent(2);
-  const size_t before = usedRoutines();
+  const size_t before = table.usedSlots();
   stream();
   indicate(1, kFull);
   sent(1);
@@ -355,7 +349,7 @@ TEST_F(SuperTraceTest, AnAgentLostWhileDrainingLetsTheOthersGoOn) {
   ASSERT_TRUE(outcome);
   EXPECT_EQ(outcome->text, "Stopped recording on daxos.\n");
   dropAction();
-  EXPECT_EQ(usedRoutines(), before);
+  EXPECT_EQ(table.usedSlots(), before);
 }
 
 TEST_F(SuperTraceTest, AnAgentLostEndsTheActionsThatWaitOnIt) {

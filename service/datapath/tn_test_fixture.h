@@ -20,8 +20,9 @@
 #include "service/datapath/trace_destination.h"
 #include "service/datapath/trace_destination_store.h"
 #include "service/trace_controller_context.h"
-#include "util/mainloop/event.h"
 #include "util/testing/cmd_layer_test_base.h"
+#include "util/mainloop/event.h"
+#include "util/testing/wire_bytes.h"
 
 namespace kvn::testing {
 
@@ -31,7 +32,7 @@ class TnTestFixture : public CmdLayerTestBase {
   static constexpr uint16_t kDestRoutine = 50;
   static constexpr uint16_t kDiagRoutine = 20;
 
-  using Bytes = std::vector<uint8_t>;
+  using Bytes = kvn::testing::Bytes;
   using Sent = FakePxm::Sent;
 
   // What the route command would have been told.
@@ -133,14 +134,6 @@ class TnTestFixture : public CmdLayerTestBase {
     run();
   }
 
-  static void put16(Bytes& b, uint16_t v) {
-    b.push_back(static_cast<uint8_t>(v >> 8));
-    b.push_back(static_cast<uint8_t>(v));
-  }
-  static void put32(Bytes& b, uint32_t v) {
-    put16(b, static_cast<uint16_t>(v >> 16));
-    put16(b, static_cast<uint16_t>(v));
-  }
   // Port 7, agent VLAN 33, MAC words 0x0102 0x0304 0x0506, sourceInfoA/B 0xA1A2A3A4/0xB1B2.
   static Bytes allocCfm() {
     Bytes b;

@@ -9,6 +9,9 @@
 namespace kvn {
 namespace {
 
+using kvn::testing::put16;
+using kvn::testing::put32;
+
 class CmPoolUsageCmdParserTest : public testing::MeasurementTestFixture {
  protected:
   CmPoolUsageCmdParser parser;
@@ -32,10 +35,10 @@ TEST_F(CmPoolUsageCmdParserTest, AsksTheAgentAndPrintsItsAnswerAsJson) {
   EXPECT_EQ(req->submsgno, 7);
   EXPECT_EQ(req->size, 12u);
   std::vector<uint8_t> body;
-  appendBe32(body, 10);
-  appendBe32(body, 20);
-  appendBe16(body, 1);
-  for (uint16_t v : {8, 4, 2, 3}) appendBe16(body, v);
+  put32(body, 10);
+  put32(body, 20);
+  put16(body, 1);
+  for (uint16_t v : {8, 4, 2, 3}) put16(body, v);
   body.resize(150 - 12);
   const Answer done = reply(1, *req, 8, body);
   EXPECT_EQ(done.text,

@@ -10,6 +10,9 @@
 namespace kvn {
 namespace {
 
+using kvn::testing::put16;
+using kvn::testing::put32;
+
 class DspLoadCmdParserTest : public testing::MeasurementTestFixture {
  protected:
   DspLoadCmdParserTest() {
@@ -18,11 +21,11 @@ class DspLoadCmdParserTest : public testing::MeasurementTestFixture {
 
   // One DSP entry on the wire: loads, histogram, pooled.
   static void putEntry(std::vector<uint8_t>& b, uint16_t load, uint16_t pooled) {
-    appendBe16(b, load - 1);
-    appendBe16(b, load + 1);
-    appendBe16(b, load);
-    for (uint32_t c = 1; c <= 5; ++c) appendBe32(b, c);
-    appendBe16(b, pooled);
+    put16(b, load - 1);
+    put16(b, load + 1);
+    put16(b, load);
+    for (uint32_t c = 1; c <= 5; ++c) put32(b, c);
+    put16(b, pooled);
   }
   // The agent says its measurement has run its time, from routine `src`.
   void measurementEnded(pxm_mbox_id_t from, uint16_t src, uint16_t submsgno = 6) {
@@ -105,8 +108,8 @@ TEST_F(DspLoadCmdParserTest, PrintTakesOnlyTheEntriesTheConfirmHolds) {
   req = request(1);
   EXPECT_EQ(req->u8(12), 0);
   body.clear();
-  appendBe16(body, 3);  // promises three, holds two
-  appendBe32(body, 5000);
+  put16(body, 3);  // promises three, holds two
+  put32(body, 5000);
   putEntry(body, 30, 0);
   putEntry(body, 60, 1);
   const Answer done = reply(1, *req, 5, body);

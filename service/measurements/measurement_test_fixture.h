@@ -13,6 +13,7 @@
 #include "service/agents/daxo_trace_model.h"
 #include "service/tracecontrol/log_test_fixture.h"
 #include "util/cmd/cmd_parser.h"
+#include "util/testing/wire_bytes.h"
 
 namespace kvn::testing {
 

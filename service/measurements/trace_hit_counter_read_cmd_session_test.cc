@@ -13,6 +13,9 @@
 namespace kvn::testing {
 namespace {
 
+using kvn::testing::put16;
+using kvn::testing::put32;
+
 constexpr uint16_t kInfoReq = 0, kInfoCfm = 1, kDataReq = 2, kDataCfm = 3;
 
 struct Row {
@@ -44,7 +47,7 @@ class TraceHitCounterReadTest : public MeasurementTestFixture {
     const FakePxm::Sent req = expectRequest(n);
     ASSERT_EQ(req.submsgno, kInfoReq);
     std::vector<uint8_t> body;
-    for (uint32_t v : {droppedHits, droppedStrids, 0u, entries}) appendBe32(body, v);
+    for (uint32_t v : {droppedHits, droppedStrids, 0u, entries}) put32(body, v);
     reply(n, req, kInfoCfm, body);
   }
   // Answers the one data request in flight with `count` rows claimed and `rows` carried; gives
@@ -54,12 +57,12 @@ class TraceHitCounterReadTest : public MeasurementTestFixture {
     EXPECT_EQ(pxm.queued(agentMailbox[n]), 0u) << "more than one request in flight";
     EXPECT_EQ(req.submsgno, kDataReq);
     std::vector<uint8_t> body;
-    appendBe16(body, static_cast<uint16_t>(count < 0 ? rows.size() : count));
-    appendBe16(body, firstIndex);
+    put16(body, static_cast<uint16_t>(count < 0 ? rows.size() : count));
+    put16(body, firstIndex);
     for (const Row& r : rows) {
-      appendBe16(body, r.strid);
-      appendBe16(body, r.group);
-      for (uint32_t v : {r.arg1, r.arg2, r.arg3, r.counter, r.first, r.last}) appendBe32(body, v);
+      put16(body, r.strid);
+      put16(body, r.group);
+      for (uint32_t v : {r.arg1, r.arg2, r.arg3, r.counter, r.first, r.last}) put32(body, v);
     }
     reply(n, req, kDataCfm, body);
     return req.be16(12);

@@ -70,17 +70,6 @@ class LogCmdParserTest : public kvn::testing::LogTestFixture {
   LogCmdParser parser{factory};
 };
 
-TEST_F(LogCmdParserTest, UsageEndsWithTheGroupsAfterTheVerboseLine) {
-  const std::string& u = parser.usageText();
-  EXPECT_EQ(u.rfind("  Handles toggling trace points, trace objects and profiles.\n", 0), 0u);
-  const std::string tail =
-      "profile are printed.\n  check error enter return info trace1 trace2 trace3 trace4 trace5 "
-      "trace6 trace7 trace8 trace9 state_change bus_send bus_receive req_sig send_sig param "
-      "interface trace_obj \n";
-  ASSERT_GE(u.size(), tail.size());
-  EXPECT_EQ(u.substr(u.size() - tail.size()), tail);
-}
-
 TEST_F(LogCmdParserTest, FirstWordMustBeACommandBeforeAnyOption) {
   EXPECT_THROW(parser.parse({}), NotImplementedError);
   EXPECT_THROW(parser.parse({"-v", "enable"}), NotImplementedError);

@@ -88,12 +88,6 @@ const char* const kLegacyDeployment =
     "      traceObjectManager (Id: 40)\n"
     "\n";
 
-size_t countOf(const std::string& text, const std::string& part) {
-  size_t n = 0;
-  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
-  return n;
-}
-
 class AgentsInfoTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(system_.ok()) << system_.error(); }

@@ -1,6 +1,5 @@
 // kill -9 of a peer in the middle of its work, with real processes: a front end while its
 // command waits on an agent, and the service while it saves an agent's trace state.
-#include <dirent.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -16,22 +15,6 @@ namespace {
 
 constexpr const char* kSetMask = "\"name\":\"KVN_TRACEOBJECT_SETMASK_REQ\"";
 
-size_t count(const std::string& text, const std::string& part) {
-  size_t n = 0;
-  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
-  return n;
-}
-
-std::vector<std::string> entries(const std::string& dir) {
-  std::vector<std::string> names;
-  if (DIR* d = opendir(dir.c_str())) {
-    while (dirent* e = readdir(d))
-      if (e->d_name[0] != '.') names.push_back(e->d_name);
-    closedir(d);
-  }
-  return names;
-}
-
 TEST(PeerKilledTest, FrontEndKilledWhileItsCommandWaitsOnAnAgentLeavesNothingBehind) {
   RunDir dir;
   TestSystem system(dir);
@@ -46,14 +29,14 @@ TEST(PeerKilledTest, FrontEndKilledWhileItsCommandWaitsOnAnAgentLeavesNothingBeh
       system.startShell({"zorf", "log", "enable", "1", "obj", "trace1"});
   ASSERT_TRUE(eventually([&] { return system.journalLines(1, kSetMask).size() == 2; },
                          std::chrono::seconds(20)));
-  const size_t endsBefore = count(system.service().err(), "retVal=");
+  const size_t endsBefore = countOf(system.service().err(), "retVal=");
   const size_t confirmsBefore = system.journalLines(1, "confirm_sent").size();
   shell->signal(SIGKILL);
   shell->wait();
   // The life routine hears of the death and aborts the session before the agent answers.
   EXPECT_TRUE(eventually([&] {
-    return count(system.service().err(), "retVal=1") > 0 &&
-           count(system.service().err(), "retVal=") == endsBefore + 1;
+    return countOf(system.service().err(), "retVal=1") > 0 &&
+           countOf(system.service().err(), "retVal=") == endsBefore + 1;
   })) << system.service().err();
   EXPECT_EQ(system.journalLines(1, "confirm_sent").size(), confirmsBefore) << "too late";
   // The late confirm finds no session, and nothing is printed: every slot comes back.

@@ -59,6 +59,12 @@ class Process {
 inline bool contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
+// How often `part` stands in `text`, overlaps counted.
+inline size_t countOf(const std::string& text, const std::string& part) {
+  size_t n = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
+  return n;
+}
 
 // Polls `done` every 10 ms until it holds or the deadline passes; true if it held.
 template <typename F>

@@ -29,4 +29,14 @@ std::string RunDir::read(const std::string& name) const {
   return text.str();
 }
 
+std::vector<std::string> entries(const std::string& dir) {
+  std::vector<std::string> names;
+  std::error_code ignored;
+  for (const auto& e : std::filesystem::directory_iterator(dir, ignored)) {
+    const std::string name = e.path().filename().string();
+    if (name[0] != '.') names.push_back(name);
+  }
+  return names;
+}
+
 }  // namespace kvn::e2e

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace kvn::e2e {
 
@@ -24,5 +25,8 @@ class RunDir {
  private:
   std::string path_;
 };
+
+// The names in directory `dir` but for the hidden ones, none if it is not there.
+std::vector<std::string> entries(const std::string& dir);
 
 }  // namespace kvn::e2e

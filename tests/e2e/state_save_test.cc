@@ -1,6 +1,5 @@
 // Saved trace state with real processes: what an operator switched survives a kill -9 of the
 // agent and a restart of the service, and a save that cannot write leaves the last good file.
-#include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/fs.h>
@@ -33,16 +32,6 @@ const std::string kProfileStatus =
     "   +ulScheduler.grant\n\n\n";
 
 bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
-
-std::vector<std::string> entries(const std::string& dir) {
-  std::vector<std::string> names;
-  if (DIR* d = opendir(dir.c_str())) {
-    while (dirent* e = readdir(d))
-      if (e->d_name[0] != '.') names.push_back(e->d_name);
-    closedir(d);
-  }
-  return names;
-}
 
 class StateSaveTest : public ::testing::Test {
  protected:

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "util/argparse/argparse_normal_option.h"
@@ -93,54 +94,47 @@ TEST(ArgparseParserTest, SeveralTargetsOnOneOptionAllRun) {
   EXPECT_EQ(y, 200);
 }
 
-TEST(ArgparseParserTest, OperatorErrorsCarryTheirTexts) {
+TEST(ArgparseParserTest, OperatorErrorsCarryTheirTypesAndTexts) {
   Parser p;
-  uint32_t n = 0;
-  uint32_t r = 0;
-  uint32_t shortOnly = 0;
+  uint32_t n = 0, r = 0, shortOnly = 0;
+  uint8_t small = 0;
   std::string s;
   p.add("-n, --num") >> n;
   p.add("-r, --range", 1, 10) >> r;
   p.add("-q") >> shortOnly;
   p.add("-s, --str") >> s;
-
-  EXPECT_EQ(errorOf<UnknownOptionError>([&] { p.parse({"--"}); }), "Unknown option --");
-  EXPECT_EQ(errorOf<UnknownOptionError>([&] { p.parse({"--nope"}); }), "Unknown option --nope");
-  EXPECT_EQ(errorOf<UnknownOptionError>([&] { p.parse({"-nz", "1"}); }), "Unknown option '-z'");
-  // A negative number is a cluster of short options, never a value.
-  EXPECT_EQ(errorOf<UnknownOptionError>([&] { p.parse({"-1"}); }), "Unknown option '-1'");
-  EXPECT_EQ(errorOf<MissingArgumentError>([&] { p.parse({"-n"}); }),
-            "Too few arguments for option -n");
-  EXPECT_EQ(errorOf<MissingArgumentError>([&] { p.parse({"--num"}); }),
-            "Too few arguments for option --num");
-  EXPECT_EQ(errorOf<RangeError>([&] {
-              p.parse({"-n", "-5"});
-            }),
-            "Negative values not allowed for option '--num'");
-  // Without a long name the name in the text is empty.
-  EXPECT_EQ(errorOf<RangeError>([&] {
-              p.parse({"-q", "-5"});
-            }),
-            "Negative values not allowed for option ''");
-  EXPECT_EQ(errorOf<RangeError>([&] {
-              p.parse({"-r", "11"});
-            }),
-            "Argument for option '--range' outside allowed range (1, 10)");
-  EXPECT_EQ(errorOf<RangeError>([&] {
-              p.parse({"-r", "x"});
-            }),
-            "Argument for option '--range' outside allowed range (1, 10)");
-  EXPECT_EQ(errorOf<ParseError>([&] { p.parse({"-s", ""}); }), "null arg");
-}
-
-TEST(ArgparseParserTest, NarrowTargetCapsTheRange) {
-  Parser p;
-  uint8_t small = 0;
   p.add("-b") >> small;
-  EXPECT_EQ(errorOf<RangeError>([&] {
-              p.parse({"-b", "256"});
-            }),
-            "Argument for option '' outside allowed range (0, 255)");
+  const std::string range = "Argument for option '--range' outside allowed range (1, 10)";
+  const struct {
+    Words words;
+    const std::type_info& type;
+    std::string text;
+  } cases[] = {
+      {{"--"}, typeid(UnknownOptionError), "Unknown option --"},
+      {{"--nope"}, typeid(UnknownOptionError), "Unknown option --nope"},
+      {{"-nz", "1"}, typeid(UnknownOptionError), "Unknown option '-z'"},
+      // A negative number is a cluster of short options, never a value.
+      {{"-1"}, typeid(UnknownOptionError), "Unknown option '-1'"},
+      {{"-n"}, typeid(MissingArgumentError), "Too few arguments for option -n"},
+      {{"--num"}, typeid(MissingArgumentError), "Too few arguments for option --num"},
+      {{"-n", "-5"}, typeid(RangeError), "Negative values not allowed for option '--num'"},
+      // Without a long name the name in the text is empty.
+      {{"-q", "-5"}, typeid(RangeError), "Negative values not allowed for option ''"},
+      {{"-r", "11"}, typeid(RangeError), range},
+      {{"-r", "x"}, typeid(RangeError), range},
+      // A narrow target caps the range.
+      {{"-b", "256"}, typeid(RangeError), "Argument for option '' outside allowed range (0, 255)"},
+      {{"-s", ""}, typeid(ParseError), "null arg"},
+  };
+  for (const auto& c : cases) {
+    try {
+      p.parse(c.words);
+      ADD_FAILURE() << c.words[0] << " parsed";
+    } catch (const ParseError& e) {
+      EXPECT_EQ(typeid(e), c.type) << c.text;
+      EXPECT_EQ(e.what(), c.text);
+    }
+  }
 }
 
 TEST(ArgparseParserTest, MixedTargetKindsAreADeclarationError) {

@@ -10,11 +10,9 @@
 #include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "tracing/log_capture.h"
 #include "util/mainloop/event.h"
-#include "util/mainloop/pxm_mainloop.h"
 #include "util/mainloop/routine.h"
 #include "util/mainloop/routine_proxy.h"
-#include "util/mainloop/timer_queue.h"
-#include "util/testing/fake_pxm.h"
+#include "util/testing/loop_with_table.h"
 
 namespace kvn {
 namespace {
@@ -41,18 +39,10 @@ class ScriptedRoutine : public Routine {
   }
 };
 
-class RoutineTableTest : public ::testing::Test {
+class RoutineTableTest : public ::testing::Test, protected kvn::testing::LoopWithTable {
  protected:
-  FakePxm pxm;
-  TimerQueue timers;
-  PxmMainloop loop{&pxm, "kvn-tracecontroller", &timers};
-  RoutineTable table{&pxm, FakePxm::kBaseSignalNo};
   pxm_mbox_id_t peer = pxm.createPeer("peer");
 
-  void SetUp() override {
-    loop.setDispatcher(FakePxm::kBaseSignalNo,
-                       [this](pxm_mbox_id_t s, pxm_msg*& m, size_t n) { table.dispatch(s, m, n); });
-  }
   void TearDown() override { EXPECT_EQ(pxm.badFrees(), 0); }
 };
 

@@ -12,19 +12,12 @@
 #include "util/cmd/cmd_session.h"
 #include "util/cmd/output_cmd_session.h"
 #include "util/cmd/tavi_command_proxy.h"
-#include "util/mainloop/pxm_mainloop.h"
-#include "util/mainloop/routine_table.h"
-#include "util/mainloop/timer_queue.h"
-#include "util/testing/fake_pxm.h"
+#include "util/testing/loop_with_table.h"
 
 namespace kvn::testing {
 
-class CmdLayerTestBase : public ::testing::Test {
+class CmdLayerTestBase : public ::testing::Test, protected LoopWithTable {
  protected:
-  void SetUp() override {
-    loop.setDispatcher(FakePxm::kBaseSignalNo,
-                       [this](pxm_mbox_id_t s, pxm_msg*& m, size_t n) { table.dispatch(s, m, n); });
-  }
   void TearDown() override { EXPECT_EQ(pxm.badFrees(), 0); }
 
   void run() { pxm.runUntilIdle(loop); }
@@ -62,10 +55,6 @@ class CmdLayerTestBase : public ::testing::Test {
     return answer_;
   }
 
-  FakePxm pxm;
-  TimerQueue timers;
-  PxmMainloop loop{&pxm, "kvn-tracecontroller", &timers};
-  RoutineTable table{&pxm, FakePxm::kBaseSignalNo};
   pxm_mbox_id_t peer = pxm.createPeer("peer");
   Answer answer_;
 };
