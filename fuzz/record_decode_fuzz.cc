@@ -35,9 +35,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const uint8_t* rest = data + 1;
   const size_t n = size - 1;
   std::string out;
-  RecordDecoder decoder(tables(), mode == 1 ? RecordDecoder::Output::kJson
-                                            : RecordDecoder::Output::kText,
-                        out);
+  RecordDecoder decoder(
+      tables(), mode == 1 ? RecordDecoder::Output::kJson : RecordDecoder::Output::kText, out);
   decoder.setOnFull([&out] { out.clear(); });
   if (mode == 2) {
     for (size_t at = 0; at + 2 <= n;) {

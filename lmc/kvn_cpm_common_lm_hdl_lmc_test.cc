@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <string>
 
-#include "lmc-tool/lmc_writer.h"
 #include "base/big_endian.h"
+#include "lmc-tool/lmc_writer.h"
 #include "lmc/kvn_cpm_common_crc.h"
 #include "tracing/log_capture.h"
 #include "util/testing/scratch_dir.h"

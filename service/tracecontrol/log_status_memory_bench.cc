@@ -17,8 +17,8 @@
 
 #include "service/agents/daxo_trace_model.h"
 #include "service/tracecontrol/log_status_cmd_session.h"
-#include "tracetables/trace_group_table.h"
 #include "tavi/tavi_protocol.h"
+#include "tracetables/trace_group_table.h"
 #include "util/cmd/tavi_command_proxy.h"
 #include "util/mainloop/pxm_mainloop.h"
 #include "util/mainloop/routine_table.h"
