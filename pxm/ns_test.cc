@@ -3,18 +3,10 @@
 #include "pxm/ns.h"
 
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <signal.h>
-#include <stdio.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <chrono>
 #include <cstring>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "pxm/frame.h"
@@ -144,7 +136,7 @@ TEST(NsWithoutHubTest, CallsFailWithoutInit) {
   EXPECT_EQ(pxm_ns_list(10), nullptr);
 }
 
-TEST_F(NsTest, PublishLookupUnpublish) {
+TEST_F(NsTest, PublishLookupUnpublishBySeveralPublishers) {
   EXPECT_TRUE(lookup("svc").empty());
   EXPECT_EQ(ns_publish("svc", "", self_, ""), NS_OK);
   EXPECT_EQ(ns_publish("svc", "", PXM_MY_MBOX, ""), NS_OK) << "again, the same mailbox";
@@ -153,9 +145,8 @@ TEST_F(NsTest, PublishLookupUnpublish) {
   EXPECT_EQ(ns_unpublish("svc", "", self_, ""), NS_OK);
   EXPECT_TRUE(lookup("svc").empty());
   EXPECT_EQ(ns_unpublish("svc", "", self_, ""), NS_NOT_PUBLISHED);
-}
 
-TEST_F(NsTest, SeveralPublishersOfOneNameAndAListFreedThroughItsHead) {
+  // Several publishers of one name, and a list freed through its head.
   std::unique_ptr<Process> a, b;
   const pxm_mbox_id_t ida = startPublisher(&a, "pub-a", "shared");
   const pxm_mbox_id_t idb = startPublisher(&b, "pub-b", "shared");
