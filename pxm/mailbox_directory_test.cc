@@ -87,22 +87,6 @@ TEST_F(MailboxDirectoryTest, MonitorsFireInOrderWhenTheWatchedGoes) {
   EXPECT_EQ(out_[2].from, watched);
 }
 
-TEST_F(MailboxDirectoryTest, MonitorsEndWithTheirWatcher) {
-  const uint32_t watcher = dir_.create(1, "w");
-  const uint32_t watched = dir_.create(2, "x");
-  ASSERT_TRUE(dir_.monitor(1, 1, watcher, watched, frame(100)));
-  ASSERT_TRUE(dir_.monitor(2, 1, watched, watched + 100, frame(101)));  // fires at once
-  out_.clear();
-  dir_.remove(1, watcher);
-  EXPECT_EQ(dir_.monitorCount(), 0u);
-  dir_.remove(2, watched);
-  EXPECT_TRUE(out_.empty());
-  // A watcher that is not the caller's own is nobody to tell.
-  const uint32_t other = dir_.create(2, "o");
-  EXPECT_TRUE(dir_.monitor(1, 9, other, 12345, frame(100)));
-  EXPECT_TRUE(out_.empty());
-}
-
 TEST_F(MailboxDirectoryTest, LocateAsyncWaitsForTheName) {
   const uint32_t r1 = dir_.create(1, "r1");
   const uint32_t r2 = dir_.create(1, "r2");
@@ -139,7 +123,7 @@ TEST_F(MailboxDirectoryTest, HeldCountsFollowEveryEnd) {
   const uint32_t other = dir_.create(2, "other");
   ASSERT_TRUE(dir_.monitor(1, 1, w, target, frame(1)));
   ASSERT_TRUE(dir_.monitor(1, 2, w, other, frame(2)));
-  ASSERT_TRUE(dir_.monitor(1, 3, w2, other, frame(3)));
+  ASSERT_TRUE(dir_.monitor(1, 3, w2, target, frame(3)));
   ASSERT_TRUE(dir_.monitor(1, 4, w, 999, frame(4)));  // gone already: fires, not held
   dir_.locateAsync(1, w, "later", frame(5, w));
   dir_.locateAsync(1, w2, "never", frame(6, w2));
@@ -149,11 +133,12 @@ TEST_F(MailboxDirectoryTest, HeldCountsFollowEveryEnd) {
   EXPECT_EQ(dir_.monitorsOf(2), 0u);
 
   dir_.unmonitor(1, 1);
-  dir_.remove(2, other);  // fires 2 and 3
-  EXPECT_EQ(dir_.monitorsOf(1), 0u);
+  dir_.remove(2, other);  // fires 2
+  EXPECT_EQ(dir_.monitorsOf(1), 1u);
   dir_.create(3, "later");
   EXPECT_EQ(dir_.pendingLocatesOf(1), 1u);
-  dir_.remove(1, w2);
+  dir_.remove(1, w2);  // its monitor and its locate end with it
+  EXPECT_EQ(dir_.monitorsOf(1), 0u);
   EXPECT_EQ(dir_.pendingLocatesOf(1), 0u);
 
   ASSERT_TRUE(dir_.monitor(1, 5, w, target, frame(8)));
@@ -161,6 +146,13 @@ TEST_F(MailboxDirectoryTest, HeldCountsFollowEveryEnd) {
   dir_.removeAll(1);
   EXPECT_EQ(dir_.monitorsOf(1), 0u);
   EXPECT_EQ(dir_.pendingLocatesOf(1), 0u);
+  out_.clear();
+  dir_.remove(2, target);
+  dir_.create(2, "never");
+  EXPECT_TRUE(out_.empty()) << "what was held ended with its watcher or requester";
+  // A watcher that is not the caller's own is nobody to tell.
+  EXPECT_TRUE(dir_.monitor(2, 9, dir_.create(3, "o"), 12345, frame(100)));
+  EXPECT_TRUE(out_.empty());
 }
 
 }  // namespace

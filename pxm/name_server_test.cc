@@ -93,7 +93,7 @@ class NameServerTest : public ::testing::Test {
 
 // Subscriptions that hear of earlier and later publications and of withdrawals, through the
 // library and the hub: NsTest.SubscriptionBeforeAndAfterPublicationAndAKilledPublisher.
-TEST_F(NameServerTest, OnlyTheOwnerPublishesUnpublishesAndUnsubscribes) {
+TEST_F(NameServerTest, OnlyTheOwnerActsAndBadTextsAreRefused) {
   EXPECT_EQ(ns_.publish(2, a_, "kvn", ""), uint32_t{NS_BAD_ARGUMENT}) << "another's mailbox";
   EXPECT_EQ(ns_.publish(1, 999, "kvn", ""), uint32_t{NS_BAD_ARGUMENT}) << "no such mailbox";
   EXPECT_EQ(ns_.publish(1, a_, "kvn", ""), uint32_t{NS_OK});
@@ -102,11 +102,8 @@ TEST_F(NameServerTest, OnlyTheOwnerPublishesUnpublishesAndUnsubscribes) {
   const uint32_t id = subscribe("kvn");
   EXPECT_EQ(ns_.unsubscribe(1, a_, id), uint32_t{NS_NOT_SUBSCRIBED});
   EXPECT_EQ(ns_.unsubscribe(3, watcher_, id + 100), uint32_t{NS_NOT_SUBSCRIBED});
-  EXPECT_EQ(ns_.publicationCount(), 1u);
-  EXPECT_EQ(ns_.subscriptionCount(), 1u);
-}
+  out_.clear();
 
-TEST_F(NameServerTest, BadTextsAreRefusedWithoutHarm) {
   EXPECT_EQ(ns_.publish(1, a_, "", ""), uint32_t{NS_BAD_ARGUMENT});
   EXPECT_EQ(ns_.publish(1, a_, std::string(NS_MAX_NAME + 1, 'x'), ""), uint32_t{NS_BAD_ARGUMENT});
   EXPECT_EQ(ns_.publish(1, a_, std::string("a\0b", 3), ""), uint32_t{NS_BAD_ARGUMENT});
@@ -116,6 +113,8 @@ TEST_F(NameServerTest, BadTextsAreRefusedWithoutHarm) {
       << "any other bytes are a name";
   EXPECT_EQ(ns_.subscribe(3, watcher_, 1, "", "legacy"), uint32_t{NS_BAD_ARGUMENT});
   EXPECT_TRUE(out_.empty());
+  EXPECT_EQ(ns_.publicationCount(), 2u);
+  EXPECT_EQ(ns_.subscriptionCount(), 1u);
 }
 
 TEST_F(NameServerTest, MalformedFramesAreRefusedAndWellFormedOnesAnswered) {

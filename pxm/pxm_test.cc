@@ -3,22 +3,15 @@
 
 #include "pxm/pxm.h"
 
-#include <fcntl.h>
 #include <grp.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <thread>
@@ -93,7 +86,7 @@ pxm_mbox_id_t awaitMailbox(const char* name) {
 int32_t init() { return pxm_init(2, 0, nullptr, nullptr, 0); }
 
 // A child that owns mailbox `name` and answers every message with the same message, until a
-// kQuit comes.
+// kQuit comes (or it is killed).
 int echoChild(const char* name) {
   if (init() != 0 || pxm_create_mailbox(name, 0) == PXM_NO_MBOX) return 1;
   for (;;) {
@@ -105,16 +98,6 @@ int echoChild(const char* name) {
       return 0;
     }
     pxm_send(&msg, pxm_sender(msg), PXM_MY_MBOX);
-  }
-}
-
-// A child that owns mailbox `name` and waits to be killed.
-int idleChild(const char* name) {
-  if (init() != 0 || pxm_create_mailbox(name, 0) == PXM_NO_MBOX) return 1;
-  for (;;) {
-    pxm_msg* msg = pxm_receive(nullptr, PXM_NO_TMO, PXM_FROM_ALL);
-    if (msg && msg->msgno == kQuit) return 0;
-    pxm_free(&msg);
   }
 }
 
@@ -132,7 +115,7 @@ class PxmTest : public ::testing::Test {
   pxm_mbox_id_t self_ = PXM_NO_MBOX;
 };
 
-TEST(PxmInitTest, FailsWithoutHubAndForBadNamespaces) {
+TEST(PxmInitTest, FailsWithoutHubAndForBadNamespacesAndTheHubIsPrivate) {
   OwnHub noHub({}, /*start=*/false);
   EXPECT_NE(init(), 0);
   EXPECT_EQ(pxm_create_mailbox("x", 0), PXM_NO_MBOX);
@@ -146,11 +129,7 @@ TEST(PxmInitTest, FailsWithoutHubAndForBadNamespaces) {
   pxm_exit();
   ASSERT_EQ(init(), 0) << "again after pxm_exit";
   pxm_exit();
-}
 
-TEST(PxmInitTest, RunDirectoryAndSocketArePrivate) {
-  OwnHub hub;
-  ASSERT_TRUE(hub.running());
   struct stat st {};
   ASSERT_EQ(::stat(hub.runDir().c_str(), &st), 0);
   EXPECT_EQ(st.st_mode & 0777, 0700u);
@@ -189,33 +168,16 @@ TEST_F(PxmTest, MessagesBetweenTwoMailboxesArriveInOrder) {
   EXPECT_EQ(child.wait(), 0);
 }
 
-TEST_F(PxmTest, ReceiveTimesOut) {
+TEST_F(PxmTest, ReceiveTimesOutAndFiltersPickByNumberAndSender) {
   // A zero time-out polls: were it to wait for a message, none would ever come.
   EXPECT_EQ(pxm_receive(nullptr, 0, PXM_FROM_ALL), nullptr);
-
   const auto start = Clock::now();
   EXPECT_EQ(pxm_receive(nullptr, 50, PXM_FROM_ALL), nullptr);
   EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(50));
 
-  // Messages already in are taken by a polling receive, in order.
-  sendTo(self_, kData, 1);
-  sendTo(self_, kData, 2);
-  sendTo(self_, kOther);
-  Received marker(receiveOne(kOther));  // once this is in, the two before it are too
-  ASSERT_TRUE(marker);
-  Received first(pxm_receive(nullptr, 0, PXM_FROM_ALL));
-  Received second(pxm_receive(nullptr, 0, PXM_FROM_ALL));
-  ASSERT_TRUE(first && second);
-  EXPECT_EQ(first.value(), 1u);
-  EXPECT_EQ(second.value(), 2u);
-  EXPECT_EQ(pxm_receive(nullptr, 0, PXM_FROM_ALL), nullptr);
-}
-
-TEST_F(PxmTest, FiltersPickByNumberAndSender) {
-  for (uint32_t no : {0x10u, 0x20u, 0x30u, 0x40u}) sendTo(self_, no);
-  Received last(receiveOne(0x40));
+  for (uint32_t no : {0x10u, 0x20u, 0x30u, 0x40u, 0x50u}) sendTo(self_, no);
+  Received last(receiveOne(0x50));  // once this is in, the ones before it are too
   ASSERT_TRUE(last);
-
   const uint32_t twoOfThem[] = {2, 0x30, 0x10};
   Received a(pxm_receive(twoOfThem, 0, PXM_FROM_ALL));
   ASSERT_TRUE(a);
@@ -224,10 +186,14 @@ TEST_F(PxmTest, FiltersPickByNumberAndSender) {
   ASSERT_TRUE(b);
   EXPECT_EQ(b.msgno(), 0x30u);
   EXPECT_EQ(pxm_receive(twoOfThem, 0, PXM_FROM_ALL), nullptr) << "0x20 is left alone";
+  // The rest is taken by polling receives, in order.
   const uint32_t any[] = {0};
   Received c(pxm_receive(any, 0, PXM_FROM_ALL));
-  ASSERT_TRUE(c);
+  Received d(pxm_receive(nullptr, 0, PXM_FROM_ALL));
+  ASSERT_TRUE(c && d);
   EXPECT_EQ(c.msgno(), 0x20u);
+  EXPECT_EQ(d.msgno(), 0x40u);
+  EXPECT_EQ(pxm_receive(nullptr, 0, PXM_FROM_ALL), nullptr);
 
   // By sender: the child's message is taken before an older one of our own.
   sendTo(self_, kData, 1);
@@ -249,11 +215,16 @@ TEST_F(PxmTest, FiltersPickByNumberAndSender) {
   EXPECT_EQ(child.wait(), 0);
 }
 
-TEST_F(PxmTest, MonitorFiresWhenWatchedProcessIsKilled) {
-  Process child(hub_.dir(), "child", [] { return idleChild("victim"); });
+TEST_F(PxmTest, MonitorFiresWhenWatchedProcessIsKilledAndUnmonitorCancels) {
+  Process child(hub_.dir(), "child", [] { return echoChild("victim"); });
   const pxm_mbox_id_t victim = awaitMailbox("victim");
   ASSERT_NE(victim, PXM_NO_MBOX);
 
+  // Monitors fire in the order they were set, so the cancelled one would come first.
+  pxm_msg* cancelledMsg = make(kGone, 1);
+  const pxm_monitor_id_t cancelled = pxm_monitor(victim, &cancelledMsg);
+  ASSERT_NE(cancelled, 0u);
+  pxm_unmonitor(cancelled);
   pxm_msg* own = make(kGone, 7);
   EXPECT_NE(pxm_monitor(victim, &own), 0u);
   EXPECT_EQ(own, nullptr) << "taken over";
@@ -267,6 +238,7 @@ TEST_F(PxmTest, MonitorFiresWhenWatchedProcessIsKilled) {
   EXPECT_EQ(given.value(), 7u);
   EXPECT_EQ(given.sender(), victim);
   EXPECT_EQ(pxm_receiver(given.get()), self_);
+  EXPECT_EQ(receiveOne(kGone, 0), nullptr);
   for (int i = 0; i < 2; ++i) {
     Received gone(receiveOne(PXM_MBOX_GONE));
     ASSERT_TRUE(gone);
@@ -276,42 +248,18 @@ TEST_F(PxmTest, MonitorFiresWhenWatchedProcessIsKilled) {
   EXPECT_NE(pxm_create_mailbox("victim", 0), PXM_NO_MBOX);
 }
 
-TEST_F(PxmTest, UnmonitorCancels) {
-  Process child(hub_.dir(), "child", [] { return idleChild("victim"); });
-  const pxm_mbox_id_t victim = awaitMailbox("victim");
-  ASSERT_NE(victim, PXM_NO_MBOX);
-  pxm_msg* first = make(kGone, 1);
-  pxm_msg* second = make(kGone, 2);
-  const pxm_monitor_id_t cancelled = pxm_monitor(victim, &first);
-  ASSERT_NE(pxm_monitor(victim, &second), 0u);
-  pxm_unmonitor(cancelled);
-  child.stop(SIGKILL);
-  // Monitors fire in the order they were set, so the cancelled one would come first.
-  Received fired(receiveOne(kGone));
-  ASSERT_TRUE(fired);
-  EXPECT_EQ(fired.value(), 2u);
-  EXPECT_EQ(receiveOne(kGone, 0), nullptr);
-}
-
 TEST_F(PxmTest, LocateAsyncBeforeAndAfterCreation) {
   pxm_msg* early = make(kFound, 1);
   pxm_locate_async("late", &early, PXM_MY_MBOX);
   EXPECT_EQ(early, nullptr);
   EXPECT_EQ(receiveOne(kFound, 0), nullptr);
 
-  Process child(hub_.dir(), "child", [] { return idleChild("late"); });
+  Process child(hub_.dir(), "child", [] { return echoChild("late"); });
   Received found(receiveOne(kFound));
   ASSERT_TRUE(found);
   EXPECT_EQ(found.value(), 1u);
   EXPECT_EQ(found.sender(), pxm_locate("late"));
   EXPECT_EQ(pxm_receiver(found.get()), self_);
-
-  pxm_msg* again = make(kFound, 2);
-  pxm_locate_async("late", &again, PXM_MY_MBOX);
-  Received now(receiveOne(kFound));
-  ASSERT_TRUE(now);
-  EXPECT_EQ(now.value(), 2u);
-  EXPECT_EQ(now.sender(), found.sender());
   sendTo(found.sender(), kQuit);
   EXPECT_EQ(child.wait(), 0);
 }
@@ -489,6 +437,14 @@ TEST(PxmMessageTest, AllocatedMessagesWithoutHub) {
   pxm_free(&msg);
 }
 
+// Greets the hub over a raw connection and creates mailbox `name`; its id.
+uint32_t greet(RawHubClient& c, const char* name) {
+  c.frame(kHello, {1, kProtocolVersion, 0});
+  if (c.replyValue() != kProtocolVersion) return PXM_NO_MBOX;
+  c.frame(kCreate, {2}, name);
+  return c.replyValue();
+}
+
 void expectEchoWorks(pxm_mbox_id_t echo) {
   for (uint32_t i = 0; i < 10; ++i) {
     sendTo(echo, kData, i);
@@ -516,8 +472,7 @@ TEST_F(PxmTest, BadClientsAreCutOffAndOthersGoOn) {
   {
     SCOPED_TRACE("a frame of an unknown type after a proper greeting");
     RawHubClient rogue(hub_.socketPath());
-    rogue.frame(kHello, {1, kProtocolVersion, 0});
-    EXPECT_EQ(rogue.replyValue(), kProtocolVersion);
+    ASSERT_NE(greet(rogue, "rogue"), PXM_NO_MBOX);
     rogue.frame(999, {1, 2, 3});
     EXPECT_TRUE(rogue.cutOff());
     expectEchoWorks(echo);
@@ -525,11 +480,7 @@ TEST_F(PxmTest, BadClientsAreCutOffAndOthersGoOn) {
   {
     SCOPED_TRACE("an oversized message");
     RawHubClient big(hub_.socketPath());
-    big.frame(kHello, {1, kProtocolVersion, 0});
-    EXPECT_EQ(big.replyValue(), kProtocolVersion);
-    big.frame(kCreate, {2}, "big");
-    const uint32_t bigBox = big.replyValue();
-    ASSERT_NE(bigBox, PXM_NO_MBOX);
+    ASSERT_NE(greet(big, "big"), PXM_NO_MBOX);
     const FrameHeader header{static_cast<uint32_t>(kMaxFrameBody + 1), kSend, 0};
     big.write(&header, sizeof header);
     EXPECT_TRUE(big.cutOff());
@@ -541,10 +492,7 @@ TEST_F(PxmTest, BadClientsAreCutOffAndOthersGoOn) {
     pxm_mbox_id_t halfBox;
     {
       RawHubClient half(hub_.socketPath());
-      half.frame(kHello, {1, kProtocolVersion, 0});
-      EXPECT_EQ(half.replyValue(), kProtocolVersion);
-      half.frame(kCreate, {2}, "half");
-      halfBox = half.replyValue();
+      halfBox = greet(half, "half");
       ASSERT_NE(halfBox, PXM_NO_MBOX);
       ASSERT_NE(pxm_monitor(halfBox, nullptr), 0u);
       const FrameHeader header{sizeof(Route) + 1000, kSend, 0};
@@ -645,10 +593,7 @@ TEST(PxmHubLimitsTest, OffendersAreCutOffWhileOthersGoOn) {
   {
     SCOPED_TRACE("a process that never reads");
     RawHubClient sleepy(hub.socketPath());
-    sleepy.frame(kHello, {1, kProtocolVersion, 0});
-    EXPECT_EQ(sleepy.replyValue(), kProtocolVersion);
-    sleepy.frame(kCreate, {2}, "sleepy");
-    const uint32_t box = sleepy.replyValue();
+    const uint32_t box = greet(sleepy, "sleepy");
     ASSERT_NE(box, PXM_NO_MBOX);
     ASSERT_NE(pxm_monitor(box, nullptr), 0u);
     bool cut = false;
@@ -711,29 +656,21 @@ TEST(PxmAccessTest, GroupMembersAreAdmittedAndOthersRefusedInWords) {
                : 1;
   };
   const std::string words = "not a member of group " + std::to_string(kGroup);
-  {
-    SCOPED_TRACE("its group, and a supplementary group");
-    Process primary(hub.dir(), "primary", [&] { return asUser(kGroup, {}, member); });
-    EXPECT_EQ(primary.wait(), 0);
-    Process supplementary(hub.dir(), "supplementary", [&] { return asUser(kNobody, {kGroup}, member); });
-    EXPECT_EQ(supplementary.wait(), 0);
-  }
-  {
-    SCOPED_TRACE("neither: the directory keeps it out");
+  const auto refused = [&] {
     Process other(hub.dir(), "other", [&] {
       return asUser(kNobody, {}, [&] { return refusedAs(PXM_INIT_NOT_ALLOWED, words); });
     });
-    EXPECT_EQ(other.wait(), 0);
-  }
-  {
-    SCOPED_TRACE("neither, with the way open: the hub refuses it");
-    ASSERT_EQ(::chmod(hub.runDir().c_str(), 0755), 0);
-    ASSERT_EQ(::chmod(hub.socketPath().c_str(), 0666), 0);
-    Process other(hub.dir(), "other", [&] {
-      return asUser(kNobody, {}, [&] { return refusedAs(PXM_INIT_NOT_ALLOWED, words); });
-    });
-    EXPECT_EQ(other.wait(), 0);
-  }
+    return other.wait() == 0;
+  };
+  Process primary(hub.dir(), "primary", [&] { return asUser(kGroup, {}, member); });
+  EXPECT_EQ(primary.wait(), 0) << "its group";
+  Process supplementary(hub.dir(), "supplementary",
+                        [&] { return asUser(kNobody, {kGroup}, member); });
+  EXPECT_EQ(supplementary.wait(), 0) << "a supplementary group";
+  EXPECT_TRUE(refused()) << "neither: the directory keeps it out";
+  ASSERT_EQ(::chmod(hub.runDir().c_str(), 0755), 0);
+  ASSERT_EQ(::chmod(hub.socketPath().c_str(), 0666), 0);
+  EXPECT_TRUE(refused()) << "neither, with the way open: the hub refuses it";
 }
 
 // A process that reads, but more slowly than one sender feeds it, is not the one cut off: the
