@@ -3,7 +3,6 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include <fstream>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -44,10 +43,7 @@ class LogStatusCmdSessionTest : public kvn::testing::LogTestFixture {
     launch(session);
     return answer();
   }
-  static std::string read(const std::string& path) {
-    std::ifstream in(path);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-  }
+  static std::string read(const std::string& path) { return kvn::testing::ScratchDir::read(path); }
   const std::string kTable = kHead + pad("obj") + "check error info interface \n" + kLong +
                              "check error info interface \n";
   const std::string kPoints = "\nUnique Trace Points\n" + pad("p") +
