@@ -197,9 +197,7 @@ TEST_F(DaxoTraceModelTest, UnknownPropertyTypeLeavesTheLaterAttributesUnconverte
   Description d = agent(1);
   d.attributes = {{30, 0, {10, 0, 0}}, {31, 9, {0, 0, 0}}, {32, 0, {13, 0, 0}}};
   LogCapture cap;
-  ::testing::internal::CaptureStderr();
-  connectAgent(d);
-  const std::string err = ::testing::internal::GetCapturedStderr();
+  const std::string err = connectCapturingStderr(d);
   EXPECT_TRUE(cap.has(Level::Error, "Unknown propertyType in componentAttribute: 9"));
   const DaxoRecord& r = DaxoTraceModel::get(1);
   EXPECT_EQ(r.rttManager.id, 30);

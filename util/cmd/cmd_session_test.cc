@@ -149,7 +149,7 @@ TEST_F(CmdSessionTest, AbortBeforeTheEndLeavesTheTextWaitingForItsConfirm) {
   EXPECT_FALSE(table.get(text));
 }
 
-TEST_F(CmdSessionTest, PrintConfirmReachesItsCallableInHostOrder) {
+TEST_F(CmdSessionTest, PrintConfirmReachesItsCallableAndMessagesToTheSessionAreRefused) {
   std::vector<uint16_t> confirmed;
   auto session = std::make_shared<ScriptedSession>();
   session->onStart = [&](ScriptedSession& s) {
@@ -157,7 +157,7 @@ TEST_F(CmdSessionTest, PrintConfirmReachesItsCallableInHostOrder) {
       confirmed.push_back(cfm->sequence);
     });
   };
-  launch(session);
+  const uint16_t id = launch(session);
   auto print = received(8).at(0);
   EXPECT_EQ(print.be16(12), 0x1234);
   EXPECT_EQ(print.be16(14), 1);
@@ -165,13 +165,7 @@ TEST_F(CmdSessionTest, PrintConfirmReachesItsCallableInHostOrder) {
   run();
   EXPECT_EQ(confirmed, std::vector<uint16_t>{0x1234});
   EXPECT_FALSE(table.get(print.srcRoutineId));
-  session->end(0);
-}
-
-TEST_F(CmdSessionTest, MessagesToTheSessionItselfAreRefused) {
-  auto session = std::make_shared<ScriptedSession>();
-  const uint16_t id = launch(session);
-  LogCapture cap;
+  LogCapture cap;  // a message to the session itself is refused
   pxm.injectObs(peer, id, kFrontEndRoutine, 1);
   run();
   EXPECT_TRUE(cap.has(Level::Error, "Unhandled pxm_message"));
