@@ -25,8 +25,7 @@ class LogResetCmdSessionTest : public kvn::testing::LogTestFixture {
     settle(1);
   }
   void reset(const std::string& name, uint32_t groups) {
-    answer_ = {};
-    launch(std::make_shared<LogResetCmdSession>(std::vector<uint16_t>{1}, name, groups));
+    command(std::make_shared<LogResetCmdSession>(std::vector<uint16_t>{1}, name, groups));
   }
 };
 

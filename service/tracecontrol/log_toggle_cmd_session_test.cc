@@ -28,9 +28,7 @@ class LogToggleCmdSessionTest : public kvn::testing::LogTestFixture {
   }
   Answer toggle(std::vector<uint16_t> agents, std::vector<std::string> names, bool enable,
                 bool verbose = false) {
-    answer_ = {};
-    launch(std::make_shared<LogToggleCmdSession>(agents, names, enable, verbose));
-    return answer();
+    return command(std::make_shared<LogToggleCmdSession>(agents, names, enable, verbose));
   }
 };
 
