@@ -73,8 +73,7 @@ TEST_F(AgentServicePublisherTest, InstanceNameIsPublishedForGoodAndNotAgainForAn
   same.instanceName = "tc/1";
   const pxm_mbox_id_t peer = connectAgent(same);
   EXPECT_EQ(held(), (Names{"kvn-tracecontroller:tc-1", "kvn-tracecontroller;1"}));
-  pxm.kill(peer);
-  pxm.runUntilIdle(loop);
+  disconnect(peer);
   EXPECT_EQ(subscriber.callbacks.count("kvn-tracecontroller;1"), 1u);
   EXPECT_EQ(subscriber.callbacks.count("kvn-tracecontroller:tc-1"), 0u) << "not an agent's";
 }
@@ -82,8 +81,7 @@ TEST_F(AgentServicePublisherTest, InstanceNameIsPublishedForGoodAndNotAgainForAn
 TEST_F(AgentServicePublisherTest, NamesOfALostAgentLingerUntilAnotherInstanceHasThem) {
   const pxm_mbox_id_t one = connectAgent(agent(1));
   connectAgent(agent(2));
-  pxm.kill(one);
-  pxm.runUntilIdle(loop);
+  disconnect(one);
 
   // Agent 2 still carries ":MOKA"; only ";1" lingers, still published.
   EXPECT_EQ(subscriber.callbacks.size(), 1u);
@@ -97,8 +95,7 @@ TEST_F(AgentServicePublisherTest, NamesOfALostAgentLingerUntilAnotherInstanceHas
 
 TEST_F(AgentServicePublisherTest, AnAgentBackBeforeTheHandOverKeepsItsNamesWithoutAGap) {
   const pxm_mbox_id_t first = connectAgent(agent(1));
-  pxm.kill(first);
-  pxm.runUntilIdle(loop);
+  disconnect(first);
   EXPECT_TRUE(names.isLingering("kvn-tracecontroller:MOKA"));
 
   connectAgent(agent(1));
@@ -113,11 +110,9 @@ TEST_F(AgentServicePublisherTest, AnAgentBackBeforeTheHandOverKeepsItsNamesWitho
 
 TEST_F(AgentServicePublisherTest, SecondLossOfAReconnectedAgentLingersAgain) {
   const pxm_mbox_id_t first = connectAgent(agent(1));
-  pxm.kill(first);
-  pxm.runUntilIdle(loop);
+  disconnect(first);
   const pxm_mbox_id_t second = connectAgent(agent(1));
-  pxm.kill(second);
-  pxm.runUntilIdle(loop);
+  disconnect(second);
   EXPECT_TRUE(names.isLingering("kvn-tracecontroller:MOKA"));
   EXPECT_TRUE(names.isLingering("kvn-tracecontroller;1"));
   subscriber.foreignPublication("kvn-tracecontroller:MOKA");

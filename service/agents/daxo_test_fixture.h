@@ -62,6 +62,12 @@ class DaxoTestFixture : public ::testing::Test, protected LoopWithTable {
     return peer;
   }
 
+  // The agent's mailbox dies and the loop hears of it.
+  void disconnect(pxm_mbox_id_t peer) {
+    pxm.kill(peer);
+    pxm.runUntilIdle(loop);
+  }
+
   std::shared_ptr<kvntrace::Event> connectEvent = std::make_shared<kvntrace::Event>();
   std::shared_ptr<DaxoConnectClient> client;
   std::shared_ptr<DaxoConnectionMonitor> monitor;

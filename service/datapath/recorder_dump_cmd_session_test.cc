@@ -136,11 +136,8 @@ TEST_F(RecorderDumpTest, AConfirmThatPromisesTooMuchEndsTheDump) {
 
 TEST_F(RecorderDumpTest, AStrayConfirmIsDroppedAndItsRequestAskedAgain) {
   std::vector<Sent> sent = dump({"dump", "1:rtt"}, {block(1, 1, 1024), block(2, 2, 1024)});
-  LogCapture cap;
   answerData(sent[0]);
   answerData(sent[1], -1, 1);  // names the chunk printed already
-  EXPECT_TRUE(
-      cap.has(Level::Error, "Dump dropped a buffer data confirm it did not wait for. seqNum=1"));
   std::vector<Sent> again = requests();
   ASSERT_EQ(again.size(), 1u);
   EXPECT_EQ(again[0].body, sent[1].body);
@@ -156,11 +153,9 @@ TEST_F(RecorderDumpTest, AStrayConfirmIsDroppedAndItsRequestAskedAgain) {
 TEST_F(RecorderDumpTest, AnAgentLostEndsTheDumpAndLeavesNoRoutineBehind) {
   std::vector<Sent> sent = dump({"dump", "1:lpp"}, {block(4, 1, 4096)});
   answerData(sent[0]);
-  LogCapture cap;
   pxm.kill(daxo);
   run();
   EXPECT_EQ(result, 1);
-  EXPECT_TRUE(cap.has(Level::Error, "Fail: Dumping aborted by daxo 1\n"));
   confirmPrints();
   expectDumped(words(0, 0, 1024));
   EXPECT_EQ(settled(), idle);

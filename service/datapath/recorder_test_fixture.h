@@ -23,11 +23,34 @@
 
 namespace kvn::testing {
 
+constexpr uint32_t kSuperT = 1700000000;  // 2023-11-14 22:13:20 UTC
+
+// The wall time `micros` after kSuperT, with the BFN `bfn`.
+inline kvnSuperTimeS superTime(int64_t micros, uint32_t bfn = 0) {
+  return {kSuperT + static_cast<uint32_t>(micros / 1000000),
+          static_cast<uint32_t>(micros % 1000000), bfn};
+}
+// A block header as an agent's buffer index holds it.
+inline kvnSuperBlockHeaderS superBlock(uint16_t source, uint16_t sequence, uint32_t size,
+                                       uint16_t dmaInterrupts, kvnSuperTimeS start,
+                                       kvnSuperTimeS end, uint16_t errors = 0) {
+  kvnSuperBlockHeaderS h{};
+  h.source = source;
+  h.address = 0x1000;
+  h.size = size;
+  h.dmaInterrupts = dmaInterrupts;
+  h.errors = errors;
+  h.sequence = sequence;
+  h.startTime = start;
+  h.endTime = end;
+  return h;
+}
+
 class RecorderTestFixture : public DaxoTestFixture {
  protected:
   using Sent = FakePxm::Sent;
   static constexpr uint16_t kControlRoutine = 10, kBufferRoutine = 11, kFrontRoutine = 77;
-  static constexpr uint32_t kT = 1700000000;  // 2023-11-14 22:13:20 UTC
+  static constexpr uint32_t kT = kSuperT;
 
   struct Print {
     uint16_t sequence;
@@ -115,21 +138,9 @@ class RecorderTestFixture : public DaxoTestFixture {
     run();
   }
 
-  static kvnSuperTimeS at(int64_t micros) {
-    return {kT + static_cast<uint32_t>(micros / 1000000), static_cast<uint32_t>(micros % 1000000),
-            0};
-  }
   static kvnSuperBlockHeaderS block(uint16_t source, uint16_t sequence, uint32_t size,
                                     int64_t startUs = 0, int64_t endUs = 1000) {
-    kvnSuperBlockHeaderS h{};
-    h.source = source;
-    h.address = 0x1000;
-    h.size = size;
-    h.dmaInterrupts = 1;
-    h.sequence = sequence;
-    h.startTime = at(startUs);
-    h.endTime = at(endUs);
-    return h;
+    return superBlock(source, sequence, size, 1, superTime(startUs), superTime(endUs));
   }
   // The body of an index confirm; `claimed` headers are announced when given.
   static std::vector<uint8_t> indexBody(const std::vector<kvnSuperBlockHeaderS>& headers,

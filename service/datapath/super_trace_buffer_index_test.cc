@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "service/datapath/recorder_test_fixture.h"
 #include "service/datapath/recorder_time.h"
 #include "util/clock/bfn.h"
 
@@ -12,30 +13,13 @@ namespace {
 
 using Blocks = SuperTraceBufferIndex::Blocks;
 
-constexpr uint32_t kT = 1700000000;  // seconds, well after 2017
-constexpr int64_t kT0 = int64_t{kT} * 1000000;
+using kvn::testing::superBlock;
+using kvn::testing::superTime;
+
+constexpr int64_t kT0 = int64_t{kvn::testing::kSuperT} * 1000000;
 const std::vector<uint16_t> kAll = {0, 1, 2, 3, 4};
 
-kvnSuperTimeS wall(int64_t micros, uint32_t bfn = 0) {
-  return {kT + static_cast<uint32_t>(micros / 1000000), static_cast<uint32_t>(micros % 1000000),
-          bfn};
-}
 kvnSuperTimeS noWall(uint32_t frame) { return {5, 0, Bfn::of(frame, 0, 0, 0).value()}; }
-
-kvnSuperBlockHeaderS block(uint16_t source, uint16_t sequence, uint32_t size,
-                           uint16_t dmaInterrupts, kvnSuperTimeS start, kvnSuperTimeS end,
-                           uint16_t errors = 0) {
-  kvnSuperBlockHeaderS h{};
-  h.source = source;
-  h.address = 0x1000;
-  h.size = size;
-  h.dmaInterrupts = dmaInterrupts;
-  h.errors = errors;
-  h.sequence = sequence;
-  h.startTime = start;
-  h.endTime = end;
-  return h;
-}
 
 SuperTraceBufferIndex indexOf(const std::vector<kvnSuperBlockHeaderS>& headers,
                               uint32_t blockSize = 8192) {
@@ -44,16 +28,17 @@ SuperTraceBufferIndex indexOf(const std::vector<kvnSuperBlockHeaderS>& headers,
 }
 
 TEST(SuperTraceBufferIndexTest, OnlyValidBlocksOfTheSourcesCountInSequenceOrder) {
-  const kvnSuperTimeS t = wall(0);
-  std::vector<kvnSuperBlockHeaderS> h = {block(4, 5, 1000, 1, t, t, 3),   // 0
-                                         block(1, 2, 3000, 2, t, t, 4),   // 1
-                                         block(0, 0xFFFF, 100, 1, t, t),  // 2 never written
-                                         block(0, 7, 8193, 1, t, t),      // 3 larger than a block
-                                         block(0, 8, 100, 0, t, t),   // 4 no DMA interrupt count
-                                         block(5, 9, 100, 1, t, t),   // 5 no such source
-                                         block(0, 10, 100, 1, t, t),  // 6 no address, below
-                                         block(0, 11, 0, 1, t, t),    // 7 empty
-                                         block(0, 1, 8192, 6, t, t, 1)};  // 8
+  const kvnSuperTimeS t = superTime(0);
+  std::vector<kvnSuperBlockHeaderS> h = {
+      superBlock(4, 5, 1000, 1, t, t, 3),   // 0
+      superBlock(1, 2, 3000, 2, t, t, 4),   // 1
+      superBlock(0, 0xFFFF, 100, 1, t, t),  // 2 never written
+      superBlock(0, 7, 8193, 1, t, t),      // 3 larger than a block
+      superBlock(0, 8, 100, 0, t, t),       // 4 no DMA interrupt count
+      superBlock(5, 9, 100, 1, t, t),       // 5 no such source
+      superBlock(0, 10, 100, 1, t, t),      // 6 no address, below
+      superBlock(0, 11, 0, 1, t, t),        // 7 empty
+      superBlock(0, 1, 8192, 6, t, t, 1)};  // 8
   h[6].address = 0;
   const SuperTraceBufferIndex index = indexOf(h);
   const Blocks all = index.select(kAll);
@@ -69,8 +54,9 @@ TEST(SuperTraceBufferIndexTest, OnlyValidBlocksOfTheSourcesCountInSequenceOrder)
 
 TEST(SuperTraceBufferIndexTest, StatisticsOverWallTime) {
   // a: 0..1000 us, 1001 words, 2 interrupts; b: 500..2500 us, 4000 words, 10 interrupts.
-  const SuperTraceBufferIndex index = indexOf(
-      {block(1, 1, 1001, 1, wall(0), wall(1000)), block(4, 2, 4000, 9, wall(500), wall(2500))});
+  const SuperTraceBufferIndex index =
+      indexOf({superBlock(1, 1, 1001, 1, superTime(0), superTime(1000)),
+               superBlock(4, 2, 4000, 9, superTime(500), superTime(2500))});
   const Blocks all = index.select(kAll);
   EXPECT_EQ(index.blockDuration(0), 1000);
   EXPECT_DOUBLE_EQ(index.averageInterruptRate(all), (2.0 + 5.0) / 2);
@@ -96,11 +82,11 @@ TEST(SuperTraceBufferIndexTest, WithoutWallTimeTheBfnCounts) {
   // c wraps the counter (30 ms); d follows c on source 2 after a gap of 20 ms and lasts 20 ms;
   // e is on source 3; f has wall time that stands still, and falls back to its BFN (10 ms).
   const SuperTraceBufferIndex index =
-      indexOf({block(2, 1, 300, 2, noWall(4094), noWall(1)),  // c
-               block(2, 3, 300, 2, noWall(3), noWall(5)),     // d
-               block(3, 2, 300, 2, noWall(0), noWall(2)),     // e
-               block(1, 4, 300, 2, wall(0, Bfn::of(10, 0, 0, 0).value()),
-                     wall(0, Bfn::of(11, 0, 0, 0).value()))});  // f
+      indexOf({superBlock(2, 1, 300, 2, noWall(4094), noWall(1)),  // c
+               superBlock(2, 3, 300, 2, noWall(3), noWall(5)),     // d
+               superBlock(3, 2, 300, 2, noWall(0), noWall(2)),     // e
+               superBlock(1, 4, 300, 2, superTime(0, Bfn::of(10, 0, 0, 0).value()),
+                          superTime(0, Bfn::of(11, 0, 0, 0).value()))});  // f
   const Blocks rtt = index.select({1, 2, 3});
   ASSERT_EQ(rtt, (Blocks{0, 2, 1, 3}));
   EXPECT_EQ(index.blockDuration(0), 30000);
@@ -128,9 +114,10 @@ TEST(SuperTraceBufferIndexTest, EmptyIndexGivesZerosAndTheEpoch) {
 }
 
 TEST(SuperTraceBufferIndexTest, DataSizeIsCountedInThirtyTwoBits) {
-  const SuperTraceBufferIndex index = indexOf({block(0, 1, 0x50000000, 1, wall(0), wall(10)),
-                                               block(0, 2, 0x70000000, 1, wall(10), wall(20))},
-                                              0xFFFFFFFF);
+  const SuperTraceBufferIndex index =
+      indexOf({superBlock(0, 1, 0x50000000, 1, superTime(0), superTime(10)),
+               superBlock(0, 2, 0x70000000, 1, superTime(10), superTime(20))},
+              0xFFFFFFFF);
   EXPECT_EQ(index.dataSizeMiB({0}), 2560u);
   // 0xC0000000 words are 6 GiB; doubled in 32 bits they are 2 GiB.
   EXPECT_EQ(index.wordCount({0, 1}), 0xC0000000u);
@@ -139,8 +126,9 @@ TEST(SuperTraceBufferIndexTest, DataSizeIsCountedInThirtyTwoBits) {
 
 TEST(SuperTraceBufferIndexTest, DumpWindowKeepsWholeBlocksThatReachIntoIt) {
   const SuperTraceBufferIndex index =
-      indexOf({block(1, 1, 10, 1, wall(0), wall(1000)), block(1, 2, 10, 1, wall(500), wall(2500)),
-               block(1, 3, 10, 1, wall(3000), wall(4000))});
+      indexOf({superBlock(1, 1, 10, 1, superTime(0), superTime(1000)),
+               superBlock(1, 2, 10, 1, superTime(500), superTime(2500)),
+               superBlock(1, 3, 10, 1, superTime(3000), superTime(4000))});
   const Blocks all = index.select(kAll);
   auto dumped = [&](int64_t intervalStart, int64_t duration) {
     return index.blocksInWindow(all, index.dumpWindow(all, intervalStart, duration));

@@ -48,11 +48,15 @@ class SuperTraceTest : public kvn::testing::DaxoTestFixture {
     std::string text;
   };
 
-  SuperTraceTest() { DaxoTraceModel::addConnectHooks(&hooks); }
+  SuperTraceTest() {
+    DaxoTraceModel::addConnectHooks(&hooks);
+    connectAgent(1);
+    connectAgent(2);
+  }
   ~SuperTraceTest() override { DaxoTraceModel::removeConnectHooks(&hooks); }
 
   // An agent with SuperTrace, token and rtt routed into its memory buffer, and a link from the
-  // memory buffer to the transport network.
+  // memory buffer to the transport network; agents 1 and 2 are connected in every test.
   void connectAgent(uint16_t n) {
     Description d = agent(n);
     d.attributes = {{kControlRoutine, 0, {4, 0, 0}},
@@ -131,9 +135,9 @@ class SuperTraceTest : public kvn::testing::DaxoTestFixture {
     pxm.runUntilIdle(loop);
   }
 
-  // Starts a stream and clears what the agents were sent.
-  void stream(const std::vector<uint16_t>& agents = {1, 2}) {
-    startRun(agents, kSuperTraceStreaming);
+  // Starts a run, its set-up confirmed, and clears what the agents were sent.
+  void started(uint32_t mode, const std::vector<uint16_t>& agents = {1, 2}) {
+    startRun(agents, mode);
     for (uint16_t n : agents) confirm(n, kSetUp);
     for (uint16_t n : agents) sent(n);
   }
@@ -170,8 +174,6 @@ TEST_F(SuperTraceTest, SourceMaskAndStreamingComeFromTheForwarderTable) {
 }
 
 TEST_F(SuperTraceTest, ARecordingStartsAndStopsOverItsGroup) {
-  connectAgent(1);
-  connectAgent(2);
   EXPECT_EQ(superTrace.watchedAgents().size(), 2u);
   const size_t idle = table.usedSlots();
 
@@ -218,11 +220,7 @@ TEST_F(SuperTraceTest, ARecordingStartsAndStopsOverItsGroup) {
 }
 
 TEST_F(SuperTraceTest, AStopCompletesWithItsText) {
-  connectAgent(1);
-  connectAgent(2);
-  startRun({1, 2}, kSuperTraceRecording);
-  confirm(1, kSetUp);
-  confirm(2, kSetUp);
+  started(kSuperTraceRecording);
   stopRun({1, 2});
   sent(1);
   sent(2);
@@ -235,14 +233,7 @@ TEST_F(SuperTraceTest, AStopCompletesWithItsText) {
 }
 
 TEST_F(SuperTraceTest, OnlyAgentsStartedTogetherStopTogether) {
-  connectAgent(1);
-  connectAgent(2);
-  for (uint16_t n : {1, 2}) {
-    startRun({n}, kSuperTraceRecording);
-    confirm(n, kSetUp);
-  }
-  sent(1);
-  sent(2);
+  for (uint16_t n : {1, 2}) started(kSuperTraceRecording, {n});
   stopRun({1, 2});
   EXPECT_EQ(outcome->text, "Can only stop recordings on daxos which were started together.\n");
   EXPECT_TRUE(outcome->failed);
@@ -251,8 +242,6 @@ TEST_F(SuperTraceTest, OnlyAgentsStartedTogetherStopTogether) {
 
 // Every row of the streaming table, in the order a stream meets them.
 TEST_F(SuperTraceTest, AStreamStopsItsProducersWhileTheBuffersDrain) {
-  connectAgent(1);
-  connectAgent(2);
   startRun({1, 2}, kSuperTraceStreaming);
   confirm(1, kSetUp);
   confirm(2, kSetUp);
@@ -304,9 +293,7 @@ TEST_F(SuperTraceTest, AStreamStopsItsProducersWhileTheBuffersDrain) {
 }
 
 TEST_F(SuperTraceTest, AStopDuringADrainEndsTheStreamWithoutRestartingProducers) {
-  connectAgent(1);
-  connectAgent(2);
-  stream();
+  started(kSuperTraceStreaming);
   indicate(1, kFull);
   sent(1);
   sent(2);
@@ -328,10 +315,8 @@ TEST_F(SuperTraceTest, AStopDuringADrainEndsTheStreamWithoutRestartingProducers)
 // The agent lost last in the drain was the one the others waited for: they go on without it,
 // and everything that waited on it goes with it.
 TEST_F(SuperTraceTest, AnAgentLostWhileDrainingLetsTheOthersGoOn) {
-  connectAgent(1);
-  connectAgent(2);
   const size_t before = table.usedSlots();
-  stream();
+  started(kSuperTraceStreaming);
   indicate(1, kFull);
   sent(1);
   sent(2);
@@ -340,8 +325,7 @@ TEST_F(SuperTraceTest, AnAgentLostWhileDrainingLetsTheOthersGoOn) {
   indicate(2, kEmpty);
   ASSERT_EQ(streaming(2).state(), SuperTraceStreaming::kDraining);
   stopRun({2});  // waits for the drain; agent 1 is not its agent
-  pxm.kill(peer[1]);
-  pxm.runUntilIdle(loop);
+  disconnect(peer[1]);
   EXPECT_EQ(superTrace.watchedAgents().count(1), 0u);
   EXPECT_EQ(sent(2), V{kConsumerStop});
   EXPECT_EQ(streaming(2).group().size(), 1u);
@@ -353,12 +337,9 @@ TEST_F(SuperTraceTest, AnAgentLostWhileDrainingLetsTheOthersGoOn) {
 }
 
 TEST_F(SuperTraceTest, AnAgentLostEndsTheActionsThatWaitOnIt) {
-  connectAgent(1);
-  connectAgent(2);
   startRun({1, 2}, kSuperTraceRecording);
   confirm(2, kSetUp);
-  pxm.kill(peer[1]);
-  pxm.runUntilIdle(loop);
+  disconnect(peer[1]);
   ASSERT_TRUE(outcome);
   EXPECT_EQ(outcome->text, "Action failed due to loss of daxo 1.\n");
   EXPECT_TRUE(outcome->failed);
@@ -366,19 +347,16 @@ TEST_F(SuperTraceTest, AnAgentLostEndsTheActionsThatWaitOnIt) {
   EXPECT_FALSE(DaxoTraceModel::get(2).embuf.setupPending);
   EXPECT_FALSE(DaxoTraceModel::get(2).embuf.superTraceAction->isActive());
 
-  startRun({2}, kSuperTraceRecording);
-  confirm(2, kSetUp);
+  started(kSuperTraceRecording, {2});
   stopRun({2});
-  pxm.kill(peer[2]);
-  pxm.runUntilIdle(loop);
+  disconnect(peer[2]);
   ASSERT_TRUE(outcome);
   EXPECT_EQ(outcome->text, "Action failed due to loss of daxo 2.\n");
   EXPECT_TRUE(outcome->failed);
 }
 
 TEST_F(SuperTraceTest, IndicationsFromStrangersAndStrayAnswersAreDropped) {
-  connectAgent(1);
-  stream({1});
+  started(kSuperTraceStreaming, {1});
   LogCapture cap;
   indicate(1, kFull, kBufferRoutine);  // the agent, but not its SuperTrace routine
   const pxm_mbox_id_t stranger = pxm.createPeer("stranger");

@@ -20,8 +20,8 @@
 #include "service/datapath/trace_destination.h"
 #include "service/datapath/trace_destination_store.h"
 #include "service/trace_controller_context.h"
-#include "util/testing/cmd_layer_test_base.h"
 #include "util/mainloop/event.h"
+#include "util/testing/cmd_layer_test_base.h"
 #include "util/testing/wire_bytes.h"
 
 namespace kvn::testing {
@@ -104,31 +104,24 @@ class TnTestFixture : public CmdLayerTestBase {
     run();
   }
 
-  // The next request to the agent; it must carry `submsgno`.
-  Sent agentGets(uint16_t submsgno) {
-    std::optional<Sent> m = pxm.popSent(agentMbox);
+  // The next message to `to`; it must carry `submsgno`. Requests to the agent go to its trace
+  // destination routine.
+  Sent next(pxm_mbox_id_t to, uint16_t submsgno) {
+    std::optional<Sent> m = pxm.popSent(to);
     if (!m) {
-      ADD_FAILURE() << "the agent got nothing, expected " << submsgno;
+      ADD_FAILURE() << "mailbox " << to << " got nothing, expected " << submsgno;
       return Sent();
     }
     EXPECT_EQ(m->submsgno, submsgno);
-    EXPECT_EQ(m->dstRoutineId, kDestRoutine);
+    EXPECT_TRUE(to != agentMbox || m->dstRoutineId == kDestRoutine) << m->dstRoutineId;
     return *m;
   }
+  Sent agentGets(uint16_t submsgno) { return next(agentMbox, submsgno); }
   void answer(const Sent& req, uint16_t submsgno, const Bytes& body = {}) {
     pxm.injectObs(agentMbox, req.srcRoutineId, kDestRoutine, submsgno, body);
     run();
   }
-  // The next message to the diag handler.
-  Sent diagGets(uint16_t submsgno) {
-    std::optional<Sent> m = pxm.popSent(diagMbox);
-    if (!m) {
-      ADD_FAILURE() << "the diag handler got nothing, expected " << submsgno;
-      return Sent();
-    }
-    EXPECT_EQ(m->submsgno, submsgno);
-    return *m;
-  }
+  Sent diagGets(uint16_t submsgno) { return next(diagMbox, submsgno); }
   void answerTsi(const Sent& req, uint16_t submsgno, const Bytes& body) {
     pxm.injectObs(diagMbox, req.srcRoutineId, 0, submsgno, body);
     run();

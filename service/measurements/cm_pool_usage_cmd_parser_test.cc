@@ -48,13 +48,5 @@ TEST_F(CmPoolUsageCmdParserTest, AsksTheAgentAndPrintsItsAnswerAsJson) {
   EXPECT_EQ(done.result, 0);
 }
 
-TEST_F(CmPoolUsageCmdParserTest, TheLossOfTheAgentIsToldInWordsAlsoForJson) {
-  addMeasuringAgent(1);
-  command(parser, {"-j", "-s", "1"});
-  lose(1);
-  EXPECT_EQ(answer().text, "Could not get Cm memory usage information due to loss of daxo 1\n");
-  EXPECT_EQ(answer().result, 1);
-}
-
 }  // namespace
 }  // namespace kvn

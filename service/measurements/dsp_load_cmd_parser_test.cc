@@ -4,6 +4,7 @@
 
 #include "base/big_endian.h"
 #include "service/agents/daxo_match_error.h"
+#include "service/measurements/cm_pool_usage_cmd_parser.h"
 #include "service/measurements/dsp_load_controller.h"
 #include "service/measurements/measurement_test_fixture.h"
 
@@ -120,25 +121,32 @@ TEST_F(DspLoadCmdParserTest, PrintTakesOnlyTheEntriesTheConfirmHolds) {
   EXPECT_NE(done.text.find("Pool         0-20%"), std::string::npos) << done.text;
 }
 
+// The CM pool usage command shares the measurement routine; its loss is told in words also
+// for --json.
 TEST_F(DspLoadCmdParserTest, TheLossOfTheAgentEndsEachCommandWithItsText) {
-  const DaxoRecord& first = addMeasuringAgent(1);
-  command(parser, {"start", "-s", "1"});
-  lose(1);
-  EXPECT_EQ(answer().text, "Could not start dsp load due to loss of daxo 1\n");
-  EXPECT_EQ(answer().result, 1);
-  EXPECT_TRUE(first.dspLoad.measuring) << "a lost agent keeps its flag until it connects again";
-
-  addMeasuringAgent(2).dspLoad.measuring = true;
-  command(parser, {"stop", "-s", "2"});
-  lose(2);
-  EXPECT_EQ(answer().text, "Could not stop dsp load correctly due to loss of daxo 2\n");
-  EXPECT_EQ(answer().result, 1);
-
-  addMeasuringAgent(3);
-  command(parser, {"print", "-s", "3"});
-  lose(3);
-  EXPECT_EQ(answer().text, "Could not get dsp load information due to loss of daxo 3\n");
-  EXPECT_EQ(answer().result, 1);
+  CmPoolUsageCmdParser cmPool;
+  const struct {
+    CmdParser& parser;
+    std::vector<std::string> words;
+    const char* text;
+  } cases[] = {
+      {parser, {"start", "-s", "1"}, "Could not start dsp load due to loss of daxo 1\n"},
+      {parser, {"stop", "-s", "2"}, "Could not stop dsp load correctly due to loss of daxo 2\n"},
+      {parser, {"print", "-s", "3"}, "Could not get dsp load information due to loss of daxo 3\n"},
+      {cmPool,
+       {"-j", "-s", "4"},
+       "Could not get Cm memory usage information due to loss of daxo 4\n"}};
+  uint16_t n = 0;
+  for (const auto& c : cases) {
+    ++n;
+    addMeasuringAgent(n).dspLoad.measuring = n == 2;
+    command(c.parser, c.words);
+    lose(n);
+    EXPECT_EQ(answer().text, c.text);
+    EXPECT_EQ(answer().result, 1);
+  }
+  EXPECT_TRUE(DaxoTraceModel::get(1).dspLoad.measuring)
+      << "a lost agent keeps its flag until it connects again";
 }
 
 }  // namespace

@@ -48,14 +48,11 @@ class MeasurementTestFixture : public LogTestFixture {
 
   // Parses and runs `words` as the factory does; a parse error is the answer, result 1.
   Answer command(CmdParser& parser, const std::vector<std::string>& words) {
-    answer_ = {};
     try {
-      launch(parser.parse(words));
+      return CmdLayerTestBase::command(parser.parse(words));
     } catch (const CmdParserError& e) {
-      answer_.text = std::string(e.what()) + "\n";
-      answer_.result = 1;
+      return answer_ = {std::string(e.what()) + "\n", 1};
     }
-    return answer();
   }
 
   // The next request that reached agent `n`, if any.

@@ -24,11 +24,14 @@ class LogResetCmdSessionTest : public kvn::testing::LogTestFixture {
     r.traceToggler->overrides().setUtrace(0, true);
     settle(1);
   }
+  void reset(const std::string& name, uint32_t groups) {
+    command(std::make_shared<LogResetCmdSession>(std::vector<uint16_t>{1}, name, groups));
+  }
 };
 
 TEST_F(LogResetCmdSessionTest, WholeAgentResetLeavesOnlyTheDefaultProfileAndSendsNoUtrace) {
   EXPECT_EQ(mask(1, "obj"), kInfo | kInterface);
-  launch(std::make_shared<LogResetCmdSession>(std::vector<uint16_t>{1}, "", 0));
+  reset("", 0);
   auto requests = confirmAll(1);
   ASSERT_EQ(requests.size(), 1u);
   EXPECT_EQ(requests[0].masks.size(), 2u) << "both objects changed";
@@ -41,26 +44,24 @@ TEST_F(LogResetCmdSessionTest, WholeAgentResetLeavesOnlyTheDefaultProfileAndSend
 }
 
 TEST_F(LogResetCmdSessionTest, NamedResetForgetsOnlyTheGroupsGivenAndNeedsAnObjectName) {
-  launch(std::make_shared<LogResetCmdSession>(std::vector<uint16_t>{1}, "obj", kCheck));
+  reset("obj", kCheck);
   auto requests = confirmAll(1);
   ASSERT_EQ(requests.size(), 1u);
   ASSERT_EQ(requests[0].masks.size(), 1u);
   EXPECT_EQ(requests[0].masks[0].mask, kCheck | kInfo | kInterface);
   EXPECT_EQ(answer().text, "ok\n");
 
-  answer_ = {};
-  launch(std::make_shared<LogResetCmdSession>(std::vector<uint16_t>{1}, "obj.info", kCheck));
+  reset("obj.info", kCheck);
   EXPECT_EQ(answer().text, "error\nInvalid trace object name: obj.info\n");
   EXPECT_EQ(answer().result, 1);
 }
 
 TEST_F(LogResetCmdSessionTest, NothingToChangeAnswersAtOnceAndALostAgentFails) {
-  launch(std::make_shared<LogResetCmdSession>(std::vector<uint16_t>{1}, "other", kCheck));
+  reset("other", kCheck);
   EXPECT_TRUE(takeRequests(1).empty());
   EXPECT_EQ(answer().text, "ok\n");
 
-  answer_ = {};
-  launch(std::make_shared<LogResetCmdSession>(std::vector<uint16_t>{1}, "", 0));
+  reset("", 0);
   EXPECT_FALSE(answer().result.has_value());
   lose(1);
   EXPECT_EQ(answer().text, "error\nFail: Mask not set on daxo 1\n");

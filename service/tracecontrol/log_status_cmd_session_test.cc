@@ -3,7 +3,6 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include <fstream>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -40,14 +39,7 @@ class LogStatusCmdSessionTest : public kvn::testing::LogTestFixture {
     settle(1);
     settle(2);
   }
-  Answer run(std::shared_ptr<CmdSession> session) {
-    launch(session);
-    return answer();
-  }
-  static std::string read(const std::string& path) {
-    std::ifstream in(path);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-  }
+  static std::string read(const std::string& path) { return kvn::testing::ScratchDir::read(path); }
   const std::string kTable = kHead + pad("obj") + "check error info interface \n" + kLong +
                              "check error info interface \n";
   const std::string kPoints = "\nUnique Trace Points\n" + pad("p") +
@@ -56,7 +48,7 @@ class LogStatusCmdSessionTest : public kvn::testing::LogTestFixture {
 };
 
 TEST_F(LogStatusCmdSessionTest, OneAgentHasNoAgentLineAndNoClosingLines) {
-  const Answer a = run(std::make_shared<LogStatusCmdSession>(std::vector<uint16_t>{1}, false));
+  const Answer a = command(std::make_shared<LogStatusCmdSession>(std::vector<uint16_t>{1}, false));
   EXPECT_EQ(a.text, "ok\nAgent is connected \n" + kTable + kPoints);
   EXPECT_EQ(a.result, 0);
 }
@@ -78,7 +70,8 @@ TEST_F(LogStatusCmdSessionTest, ProfileFormListsProfilesAndForcedBitsSortedByNam
   manual.set(0, 1u << 4, false);                // obj: -info
   manual.setUtrace(2, false);                   // p.c
   manual.setUtrace(0, true);                    // p.a
-  const Answer a = run(std::make_shared<LogStatusProfileCmdSession>(std::vector<uint16_t>{1, 2}));
+  const Answer a =
+      command(std::make_shared<LogStatusProfileCmdSession>(std::vector<uint16_t>{1, 2}));
   EXPECT_EQ(a.text,
             "DAXO 1, MOKA/1\nEnabled profiles:\n    DefaultProfile\n    Scheduling\n\n"
             "Manual overrides:\n   -" +
@@ -102,7 +95,8 @@ TEST_F(LogSaveTest, WritesEachAgentsStateAndPrintsTheTableWithoutConnectionLine)
   setenv("LOG_DIR", dir.c_str(), 1);
   DaxoTraceModel::get(1).traceToggler->overrides().set(0, 1u << 5, true);
   settle(1);
-  const Answer a = run(std::make_shared<LogStatusCmdSession>(std::vector<uint16_t>{1, 2}, true));
+  const Answer a =
+      command(std::make_shared<LogStatusCmdSession>(std::vector<uint16_t>{1, 2}, true));
   EXPECT_EQ(a.result, 0);
   EXPECT_EQ(a.text.rfind("ok\nAgent: 1, MOKA/1\n" + kHead, 0), 0u) << a.text;
   EXPECT_EQ(a.text.find("connected"), std::string::npos);

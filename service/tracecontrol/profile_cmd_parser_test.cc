@@ -5,7 +5,6 @@
 #include "service/agents/daxo_match_error.h"
 #include "service/tracecontrol/log_test_fixture.h"
 #include "service/tracecontrol/profile_list_cmd_session.h"
-#include "util/cmd/output_cmd_session.h"
 
 namespace kvn {
 namespace {
@@ -32,11 +31,7 @@ class ProfileCmdParserTest : public kvn::testing::LogTestFixture {
     } catch (const CmdParserErrorCode& e) {
       return {e.what(), e.code()};
     }
-    if (auto out = std::dynamic_pointer_cast<OutputCmdSession>(session))
-      return {out->getText(), out->getResult()};
-    answer_ = Answer();
-    launch(session);
-    const Answer a = answer();
+    const Answer a = command(session);  // the parser's own answer, or the session's
     return {a.text, a.result.value_or(-1)};
   }
 

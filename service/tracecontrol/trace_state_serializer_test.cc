@@ -107,7 +107,6 @@ TEST_F(TraceStateSerializerTest, ManualLinesOfAnotherContainerAreDroppedWithThei
   EXPECT_EQ(
       cap.count(Level::Error, "Could not parse mask from saved file for traceObj with name harq."),
       2);
-  EXPECT_TRUE(cap.has(Level::Info, "Saved trace object \"obj\" with group mask \"16\""));
   EXPECT_EQ(manual().forcedOn(0) | manual().forcedOff(0), 0u);
   EXPECT_EQ(manual().forcedOn(2) | manual().forcedOff(2), 0u);
   EXPECT_EQ(manual().forcedOn(1), kInfo);

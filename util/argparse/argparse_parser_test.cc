@@ -47,33 +47,31 @@ TEST(ArgparseSpecTest, RejectsBadSpecsWithTheirTexts) {
   EXPECT_EQ(errorOf<Error>([&] { p.add("-help"); }), "Long option specified with only one '-'.");
 }
 
-TEST(ArgparseParserTest, ShortAndLongFormsDoTheSame) {
-  for (const char* word : {"-h", "--help"}) {
+TEST(ArgparseParserTest, FormsClustersPositionalWordsAndSeveralTargets) {
+  for (const char* word : {"-h", "--help"}) {  // the short and the long form do the same
     Parser p;
     bool help = false;
     p.add("-h, --help") >> help;
     EXPECT_EQ(p.parse({"a", word, "b"}), (Words{"a", "b"}));
     EXPECT_TRUE(help) << word;
   }
-}
-
-TEST(ArgparseParserTest, ClusterWithBoolThenValueTakesNextWord) {
   Parser p;
   bool a = false;
-  uint32_t b = 0;
+  uint32_t b = 0, x = 0;
+  uint8_t y = 0;
+  std::string s;
   p.add("-a") >> a;
   p.add("-b") >> b;
-  EXPECT_EQ(p.parse({"-ab", "5", "rest"}), Words{"rest"});
+  p.add("-s, --snid") >> s;
+  p.add("-x") >> x >> y;
+  // A cluster with a bool then a value takes the next word; positional words keep their order.
+  EXPECT_EQ(p.parse({"x", "-ab", "5", "-", "", "--snid", "1:2", "-x", "200", "y"}),
+            (Words{"x", "-", "", "y"}));
   EXPECT_TRUE(a);
   EXPECT_EQ(b, 5u);
-}
-
-TEST(ArgparseParserTest, PositionalWordsKeepTheirOrder) {
-  Parser p;
-  std::string s;
-  p.add("-s, --snid") >> s;
-  EXPECT_EQ(p.parse({"x", "-", "", "--snid", "1:2", "y"}), (Words{"x", "-", "", "y"}));
   EXPECT_EQ(s, "1:2");
+  EXPECT_EQ(x, 200u) << "every target of an option runs";
+  EXPECT_EQ(y, 200);
 }
 
 TEST(ArgparseParserTest, UnsignedValuesFollowTheCBaseRule) {
@@ -82,16 +80,6 @@ TEST(ArgparseParserTest, UnsignedValuesFollowTheCBaseRule) {
   p.add("-n, --num") >> [&](uint32_t v) { seen.push_back(v); };
   p.parse({"-n", "0x10", "-n", "010", "--num", " 7\t", "-n", "4294967295", "-n", "junk"});
   EXPECT_EQ(seen, (std::vector<uint32_t>{16, 8, 7, 4294967295u, 0}));
-}
-
-TEST(ArgparseParserTest, SeveralTargetsOnOneOptionAllRun) {
-  Parser p;
-  uint32_t x = 0;
-  uint8_t y = 0;
-  p.add("-x") >> x >> y;
-  p.parse({"-x", "200"});
-  EXPECT_EQ(x, 200u);
-  EXPECT_EQ(y, 200);
 }
 
 TEST(ArgparseParserTest, OperatorErrorsCarryTheirTypesAndTexts) {

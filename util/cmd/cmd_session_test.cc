@@ -92,35 +92,28 @@ TEST_F(CmdSessionTest, EndSendsTheResultFiresCmdEndAndReleases) {
   EXPECT_TRUE(destroyed);
 }
 
-TEST_F(CmdSessionTest, AbortWithoutOverrideEndsWithOneAndTheLifeRoutineGoes) {
-  auto session = std::make_shared<ScriptedSession>();
-  const uint16_t id = launch(session);
-  auto accepted = received(5);
-  ASSERT_EQ(accepted.size(), 1u);
-  const uint16_t life = accepted[0].srcRoutineId;
-  EXPECT_EQ(pxm.monitorCount(), 1u);
-
-  LogCapture cap;
-  pxm.injectObs(peer, life, kFrontEndRoutine, 4);
-  run();
-  EXPECT_TRUE(cap.has("cmdId=" + std::to_string(id) + " retVal=1"));
-  EXPECT_EQ(received(7).size(), 1u);
-  EXPECT_FALSE(table.get(life));
-  EXPECT_EQ(pxm.monitorCount(), 0u);
-  EXPECT_EQ(pxm.leakedMessages(), 0u);
-}
-
-TEST_F(CmdSessionTest, FrontEndDeathIsAnAbort) {
-  auto session = std::make_shared<ScriptedSession>();
-  const uint16_t id = launch(session);
-  session.reset();
-  LogCapture cap;
-  pxm.kill(peer);
-  run();
-  EXPECT_TRUE(cap.has("cmdId=" + std::to_string(id) + " retVal=1"));
-  EXPECT_FALSE(table.get(id));
-  EXPECT_EQ(pxm.monitorCount(), 0u);
-  EXPECT_EQ(pxm.leakedMessages(), 0u);
+// An abort from the front end, or its death, ends a session without its own abort with 1.
+TEST_F(CmdSessionTest, AbortOrFrontEndDeathEndsWithOneAndTheLifeRoutineGoes) {
+  for (const bool death : {false, true}) {
+    SCOPED_TRACE(death);
+    auto session = std::make_shared<ScriptedSession>();
+    const uint16_t id = launch(session);
+    const uint16_t life = received(5).at(0).srcRoutineId;
+    EXPECT_EQ(pxm.monitorCount(), 1u);
+    session.reset();
+    LogCapture cap;
+    if (death)
+      pxm.kill(peer);
+    else
+      pxm.injectObs(peer, life, kFrontEndRoutine, 4);
+    run();
+    EXPECT_TRUE(cap.has("cmdId=" + std::to_string(id) + " retVal=1"));
+    EXPECT_EQ(received(7).size(), death ? 0u : 1u) << "the ended message, while one can go";
+    EXPECT_FALSE(table.get(life));
+    EXPECT_FALSE(table.get(id));
+    EXPECT_EQ(pxm.monitorCount(), 0u);
+    EXPECT_EQ(pxm.leakedMessages(), 0u);
+  }
 }
 
 TEST_F(CmdSessionTest, FrontEndGoneAfterTheEndTakesItsUnconfirmedTextAlong) {
@@ -156,7 +149,7 @@ TEST_F(CmdSessionTest, AbortBeforeTheEndLeavesTheTextWaitingForItsConfirm) {
   EXPECT_FALSE(table.get(text));
 }
 
-TEST_F(CmdSessionTest, PrintConfirmReachesItsCallableInHostOrder) {
+TEST_F(CmdSessionTest, PrintConfirmReachesItsCallableAndMessagesToTheSessionAreRefused) {
   std::vector<uint16_t> confirmed;
   auto session = std::make_shared<ScriptedSession>();
   session->onStart = [&](ScriptedSession& s) {
@@ -164,7 +157,7 @@ TEST_F(CmdSessionTest, PrintConfirmReachesItsCallableInHostOrder) {
       confirmed.push_back(cfm->sequence);
     });
   };
-  launch(session);
+  const uint16_t id = launch(session);
   auto print = received(8).at(0);
   EXPECT_EQ(print.be16(12), 0x1234);
   EXPECT_EQ(print.be16(14), 1);
@@ -172,13 +165,7 @@ TEST_F(CmdSessionTest, PrintConfirmReachesItsCallableInHostOrder) {
   run();
   EXPECT_EQ(confirmed, std::vector<uint16_t>{0x1234});
   EXPECT_FALSE(table.get(print.srcRoutineId));
-  session->end(0);
-}
-
-TEST_F(CmdSessionTest, MessagesToTheSessionItselfAreRefused) {
-  auto session = std::make_shared<ScriptedSession>();
-  const uint16_t id = launch(session);
-  LogCapture cap;
+  LogCapture cap;  // a message to the session itself is refused
   pxm.injectObs(peer, id, kFrontEndRoutine, 1);
   run();
   EXPECT_TRUE(cap.has(Level::Error, "Unhandled pxm_message"));

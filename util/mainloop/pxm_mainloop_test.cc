@@ -27,6 +27,12 @@ class PxmMainloopTest : public ::testing::Test {
 
   void TearDown() override { EXPECT_EQ(pxm.badFrees(), 0); }
 
+  void inject(std::initializer_list<uint32_t> numbers, size_t size = 20) {
+    for (uint32_t no : numbers) {
+      pxm_msg* msg = pxm.alloc(size, no);
+      pxm.inject(msg, peer);
+    }
+  }
   // The time-out of the first receive of one idle round.
   uint32_t firstWait() {
     pxm.runUntilIdle(loop);
@@ -34,7 +40,7 @@ class PxmMainloopTest : public ::testing::Test {
   }
 };
 
-TEST_F(PxmMainloopTest, ReceiveWaitsForTheNextTimerButNeverMoreThanASecond) {
+TEST_F(PxmMainloopTest, ExpiredTimersRunAndTheReceiveWaitsForTheNextButAtMostASecond) {
   EXPECT_EQ(firstWait(), 1000u);
   auto soon = timers.schedule(milliseconds(300), [] {});
   EXPECT_EQ(firstWait(), 300u);
@@ -43,11 +49,9 @@ TEST_F(PxmMainloopTest, ReceiveWaitsForTheNextTimerButNeverMoreThanASecond) {
   auto late = timers.schedule(milliseconds(5000), [] {});
   EXPECT_EQ(firstWait(), 1000u);
   EXPECT_EQ(timers.size(), 1u);
-}
-
-TEST_F(PxmMainloopTest, ExpiredTimersRunBeforeTheReceive) {
+  // An expired timer runs before the receive.
   int fired = 0;
-  auto handle = timers.schedule(milliseconds(10), [&] { ++fired; });
+  auto due = timers.schedule(milliseconds(10), [&] { ++fired; });
   now += milliseconds(10);
   EXPECT_EQ(firstWait(), 1000u);
   EXPECT_EQ(fired, 1);
@@ -63,19 +67,13 @@ TEST_F(PxmMainloopTest, DispatcherByNumberElseDefaultElseErrorWithItsNewline) {
   });
   loop.setDispatcher(7, [&](pxm_mbox_id_t, pxm_msg*&, size_t) { ADD_FAILURE() << "replaced"; });
 
-  for (uint32_t no : {7u, 1234u}) {
-    pxm_msg* msg = pxm.alloc(20, no);
-    pxm.inject(msg, peer);
-  }
+  inject({7, 1234});
   pxm.runUntilIdle(loop);
   EXPECT_TRUE(cap.has(Level::Error, "*** No dispatcher for signal 1234\n"));
 
   loop.setDefaultDispatcher(
       [&](pxm_mbox_id_t, pxm_msg*& msg, size_t) { byDefault.push_back(msg->msgno); });
-  for (uint32_t no : {7u, 1234u}) {
-    pxm_msg* msg = pxm.alloc(20, no);
-    pxm.inject(msg, peer);
-  }
+  inject({7, 1234});
   pxm.runUntilIdle(loop);
   EXPECT_EQ(byNumber, (std::vector<uint32_t>{7, 7}));
   EXPECT_EQ(byDefault, (std::vector<uint32_t>{1234}));
@@ -87,10 +85,7 @@ TEST_F(PxmMainloopTest, ExceptionIsLoggedAndTheNextMessageIsHandled) {
   int handled = 0;
   loop.setDispatcher(1, [](pxm_mbox_id_t, pxm_msg*&, size_t) { throw std::runtime_error("x"); });
   loop.setDispatcher(2, [&](pxm_mbox_id_t, pxm_msg*&, size_t) { ++handled; });
-  for (uint32_t no : {1u, 2u}) {
-    pxm_msg* msg = pxm.alloc(4, no);
-    pxm.inject(msg, peer);
-  }
+  inject({1, 2}, 4);
   pxm.runUntilIdle(loop);
   EXPECT_TRUE(cap.has(Level::Info, "Caught exception x"));
   EXPECT_EQ(handled, 1);
@@ -103,8 +98,7 @@ TEST_F(PxmMainloopTest, DispatcherThatTakesTheMessageOverIsNotFreedAgain) {
     kept = msg;
     msg = nullptr;
   });
-  pxm_msg* msg = pxm.alloc(4, 3);
-  pxm.inject(msg, peer);
+  inject({3}, 4);
   pxm.runUntilIdle(loop);
   ASSERT_NE(kept, nullptr);
   EXPECT_EQ(pxm.leakedMessages(), 1u);

@@ -86,9 +86,7 @@ bool FakePxm::setsize(pxm_msg* msg, size_t size) {
 }
 
 pxm_mbox_id_t FakePxm::newMailbox(const std::string& name) {
-  for (const auto& [id, box] : mailboxes_) {
-    if (box.alive && box.name == name) return PXM_NO_MBOX;
-  }
+  if (locate(name.c_str()) != PXM_NO_MBOX) return PXM_NO_MBOX;
   const pxm_mbox_id_t id = nextMbox_++;
   mailboxes_[id].name = name;
   // Whoever waited for this name hears of it now, from the new mailbox.
@@ -175,13 +173,11 @@ void FakePxm::locate_async(const char* name, pxm_msg** msg, pxm_mbox_id_t from) 
   *msg = nullptr;
   const pxm_mbox_id_t to = from == PXM_MY_MBOX ? own_ : from;
   if (hunt == nullptr) hunt = alloc(4, 0);
-  for (const auto& [id, box] : mailboxes_) {
-    if (box.alive && box.name == name) {
-      deliver(hunt, to, id);
-      return;
-    }
-  }
-  pendingLocates_.push_back({name, hunt, to});
+  const pxm_mbox_id_t found = locate(name);
+  if (found != PXM_NO_MBOX)
+    deliver(hunt, to, found);
+  else
+    pendingLocates_.push_back({name, hunt, to});
 }
 
 pxm_mbox_id_t FakePxm::locate(const char* name) {

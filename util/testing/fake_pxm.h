@@ -102,7 +102,6 @@ class FakePxm : public hkm::PXMInterface {
   // Messages allocated and not freed, outside any queue and any monitor: held by the code
   // under test, or lost.
   size_t leakedMessages() const;
-  size_t liveMessages() const { return live_.size(); }
   size_t monitorCount() const { return monitors_.size(); }
   // pxm_free of a message that is not live (double free, foreign pointer).
   int badFrees() const { return badFrees_; }
