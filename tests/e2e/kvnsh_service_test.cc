@@ -78,6 +78,7 @@ TEST_F(KvnshServiceTest, CtrlCAbortsTheWaitingCommandAndTheShellGoesOn) {
   ASSERT_TRUE(eventually([&] { return contains(system_.service().err(), " retVal=1"); }))
       << system_.service().err();
   ASSERT_TRUE(term.waitFor("kvnsh> ")) << term.screen();
+  ASSERT_TRUE(term.waitForLineEditor()) << term.screen();
   term.type("\x04");
   EXPECT_EQ(term.wait(), 1) << term.screen();
   EXPECT_TRUE(contains(dir_.read(".kvnsh_history"), "trace1")) << dir_.read(".kvnsh_history");

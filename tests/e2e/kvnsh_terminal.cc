@@ -6,6 +6,7 @@
 #include <pty.h>
 #include <signal.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <map>
@@ -72,6 +73,16 @@ bool KvnshTerminal::waitFor(const std::string& text, std::chrono::milliseconds d
     }
     if (std::chrono::steady_clock::now() >= end) return false;
     drain(20);
+  }
+}
+
+bool KvnshTerminal::waitForLineEditor(std::chrono::milliseconds deadline) {
+  const auto end = std::chrono::steady_clock::now() + deadline;
+  for (;;) {
+    termios mode{};
+    if (::tcgetattr(master_, &mode) == 0 && (mode.c_lflag & ICANON) == 0) return true;
+    if (std::chrono::steady_clock::now() >= end) return false;
+    drain(10);
   }
 }
 

@@ -30,6 +30,9 @@ class KvnshTerminal {
   // successful wait; true if it did within the deadline.
   bool waitFor(const std::string& text,
                std::chrono::milliseconds deadline = Process::kDefaultDeadline);
+  // Waits until the line editor holds the terminal (canonical input off): keys typed before
+  // that are taken by the terminal's own line discipline, where a Ctrl-D is no end of input.
+  bool waitForLineEditor(std::chrono::milliseconds deadline = Process::kDefaultDeadline);
   // Everything shown so far.
   const std::string& screen() const { return screen_; }
   // The exit value, or 128 + signal; nothing if it still runs at the deadline.
