@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/smoke_flag.h"
 #include "service/datapath/super_trace_buffer_index.h"
 #include "tracing/log_capture.h"
 
@@ -314,14 +315,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
 }  // namespace kvn
 
 int main(int argc, char** argv) {
-  for (int i = 1; i < argc; ++i) {
-    if (std::string(argv[i]) == "--smoke") {
-      kvn::g_smoke = true;
-      for (int j = i; j + 1 < argc; ++j) argv[j] = argv[j + 1];
-      --argc;
-      break;
-    }
-  }
+  kvn::g_smoke = kvn::bench::SmokeFlag::take(argc, argv);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   if (!kvn::sameResults()) return 1;

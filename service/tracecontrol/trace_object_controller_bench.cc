@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/smoke_flag.h"
 #include "bench/ratio_reporter.h"
 #include "service/agents/daxo_trace_model.h"
 #include "service/tracecontrol/manual_trace_overrides.h"
@@ -257,15 +258,7 @@ BENCHMARK(BM_ConnectBuild_Fast)->Unit(benchmark::kMicrosecond);
 }  // namespace kvn
 
 int main(int argc, char** argv) {
-  bool smoke = false;
-  for (int i = 1; i < argc; ++i) {
-    if (std::string(argv[i]) == "--smoke") {
-      smoke = true;
-      for (int j = i; j + 1 < argc; ++j) argv[j] = argv[j + 1];
-      --argc;
-      break;
-    }
-  }
+  const bool smoke = kvn::bench::SmokeFlag::take(argc, argv);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   if (!kvn::sameResults(smoke)) return 1;

@@ -26,6 +26,7 @@
 #include <string>
 #include <thread>
 
+#include "bench/smoke_flag.h"
 #include "bench/ratio_reporter.h"
 #include "pxm/pxm.h"
 #include "tests/e2e/process.h"
@@ -370,13 +371,7 @@ BENCHMARK(BM_HubOneWay2K)->UseRealTime()->Unit(benchmark::kMillisecond)->Iterati
 }  // namespace
 
 int main(int argc, char** argv) {
-  for (int i = 1; i < argc; ++i)
-    if (std::string(argv[i]) == "--smoke") {
-      g_bytes = 4u << 20;
-      for (int j = i; j + 1 < argc; ++j) argv[j] = argv[j + 1];
-      --argc;
-      break;
-    }
+  if (kvn::bench::SmokeFlag::take(argc, argv)) g_bytes = 4u << 20;
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   // Baseline time over subject time: the subject's throughput as a share of its baseline's.
