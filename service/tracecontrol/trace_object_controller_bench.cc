@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "bench/smoke_flag.h"
 #include "bench/ratio_reporter.h"
+#include "bench/smoke_flag.h"
 #include "service/agents/daxo_trace_model.h"
 #include "service/tracecontrol/manual_trace_overrides.h"
 #include "service/tracecontrol/profile_application.h"

@@ -26,8 +26,8 @@
 #include <string>
 #include <thread>
 
-#include "bench/smoke_flag.h"
 #include "bench/ratio_reporter.h"
+#include "bench/smoke_flag.h"
 #include "pxm/pxm.h"
 #include "tests/e2e/process.h"
 #include "tests/e2e/programs.h"
