@@ -1,7 +1,6 @@
 // daxo-sim: plays one processor agent from a JSON description, so that the service can be tried
 // and tested without hardware. See `daxo-sim --help`.
 
-#include <getopt.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -12,6 +11,7 @@
 
 #include <memory>
 #include <optional>
+#include <stdexcept>
 
 #include "daxo-sim/agent_description.h"
 #include "daxo-sim/agent_simulator.h"
@@ -29,6 +29,7 @@
 #include "daxo-sim/trace_mask_handler.h"
 #include "daxo-sim/trace_record_writer.h"
 #include "daxo-sim/utrace_config_handler.h"
+#include "sim/command_line.h"
 #include "sim/journal.h"
 #include "sim/udp_stream.h"
 
@@ -68,118 +69,81 @@ void usage(FILE* out) {
 int main(int argc, char** argv) {
   using kvn::daxosim::AgentDescription;
   using kvn::daxosim::AgentSimulator;
-  AgentSimulator::Options options;
-  std::string journalPath;
-  std::optional<std::string> lmcPath;
-  long confirmDelayMs = 0;
-  bool dropConfirms = false;
   using kvn::daxosim::ForwarderHandler;
+  std::optional<std::string> lmcPath;
+  uint32_t confirmDelayMs = 0;
+  bool dropConfirms = false;
+  bool reconnect = false;
   ForwarderHandler::Reject rejectRoute = ForwarderHandler::Reject::kNone;
   std::optional<kvn::daxosim::TraceDestHandler::Rejection> rejectDest;
   std::string sessionsDir;
   enum {
-    kService = 1,
-    kMailbox,
-    kJournal,
-    kLmcPath,
-    kNamespace,
+    kLmcPath = 1,
     kReconnect,
     kConfirmDelay,
     kDropConfirms,
     kRejectRoute,
     kRejectDest,
-    kSessionsDir,
-    kHelp
+    kSessionsDir
   };
-  static const struct option longOptions[] = {
-      {"service", required_argument, nullptr, kService},
-      {"mailbox", required_argument, nullptr, kMailbox},
-      {"journal", required_argument, nullptr, kJournal},
-      {"lmc-path", required_argument, nullptr, kLmcPath},
-      {"namespace", required_argument, nullptr, kNamespace},
-      {"reconnect", no_argument, nullptr, kReconnect},
-      {"confirm-delay-ms", required_argument, nullptr, kConfirmDelay},
-      {"drop-confirms", no_argument, nullptr, kDropConfirms},
-      {"reject-route", required_argument, nullptr, kRejectRoute},
-      {"reject-dest", required_argument, nullptr, kRejectDest},
-      {"sessions-dir", required_argument, nullptr, kSessionsDir},
-      {"help", no_argument, nullptr, kHelp},
-      {nullptr, 0, nullptr, 0}};
-  for (int c; (c = getopt_long(argc, argv, "", longOptions, nullptr)) != -1;) {
-    switch (c) {
-      case kService:
-        options.serviceName = optarg;
-        break;
-      case kMailbox:
-        options.mailboxName = optarg;
-        break;
-      case kJournal:
-        journalPath = optarg;
-        break;
+  static const poptOption own[] = {
+      {"lmc-path", '\0', POPT_ARG_STRING, nullptr, kLmcPath, nullptr, nullptr},
+      {"reconnect", '\0', POPT_ARG_NONE, nullptr, kReconnect, nullptr, nullptr},
+      {"confirm-delay-ms", '\0', POPT_ARG_STRING, nullptr, kConfirmDelay, nullptr, nullptr},
+      {"drop-confirms", '\0', POPT_ARG_NONE, nullptr, kDropConfirms, nullptr, nullptr},
+      {"reject-route", '\0', POPT_ARG_STRING, nullptr, kRejectRoute, nullptr, nullptr},
+      {"reject-dest", '\0', POPT_ARG_STRING, nullptr, kRejectDest, nullptr, nullptr},
+      {"sessions-dir", '\0', POPT_ARG_STRING, nullptr, kSessionsDir, nullptr, nullptr},
+      POPT_TABLEEND};
+  kvn::sim::CommandLine line("daxo-sim", usage);
+  const int status = line.read(argc, argv, own, [&](int val, const char* arg) {
+    switch (val) {
       case kLmcPath:
-        lmcPath = optarg;
-        break;
-      case kNamespace:
-        options.nameSpace = optarg;
+        lmcPath = arg;
         break;
       case kReconnect:
-        options.reconnect = true;
+        reconnect = true;
         break;
-      case kConfirmDelay: {
-        char* end = nullptr;
-        confirmDelayMs = strtol(optarg, &end, 10);
-        if (*optarg == '\0' || *end != '\0' || confirmDelayMs < 0) {
-          fprintf(stderr, "daxo-sim: --confirm-delay-ms takes a number of milliseconds\n");
-          return 2;
-        }
+      case kConfirmDelay:
+        confirmDelayMs = kvn::sim::CommandLine::number(arg, 3600000);
         break;
-      }
       case kDropConfirms:
         dropConfirms = true;
         break;
       case kRejectRoute:
-        if (strcmp(optarg, "attach") == 0) {
+        if (strcmp(arg, "attach") == 0)
           rejectRoute = ForwarderHandler::Reject::kAttach;
-        } else if (strcmp(optarg, "detach") == 0) {
+        else if (strcmp(arg, "detach") == 0)
           rejectRoute = ForwarderHandler::Reject::kDetach;
-        } else {
-          fprintf(stderr, "daxo-sim: --reject-route takes attach or detach\n");
-          return 2;
-        }
+        else
+          throw std::invalid_argument("takes attach or detach");
         break;
       case kRejectDest:
-        try {
-          rejectDest = kvn::daxosim::TraceDestHandler::parseRejection(optarg);
-        } catch (const std::exception& e) {
-          fprintf(stderr, "daxo-sim: --reject-dest: %s\n", e.what());
-          return 2;
-        }
+        rejectDest = kvn::daxosim::TraceDestHandler::parseRejection(arg);
         break;
       case kSessionsDir:
-        sessionsDir = optarg;
+        sessionsDir = arg;
         break;
-      case kHelp:
-        usage(stdout);
-        return 0;
-      default:
-        usage(stderr);
-        return 2;
     }
-  }
-  if (optind != argc - 1) {
+  });
+  if (status >= 0) return status;
+  if (line.operands.size() != 1) {
     usage(stderr);
     return 2;
   }
+  AgentSimulator::Options options;
+  options.serviceName = line.service;
+  options.mailboxName = line.mailbox;
+  options.nameSpace = line.nameSpace;
+  options.reconnect = reconnect;
   try {
-    AgentDescription description = AgentDescription::fromFile(argv[optind]);
+    AgentDescription description = AgentDescription::fromFile(line.operands[0]);
     if (lmcPath) {
       if (lmcPath->size() > AgentDescription::kLmcPathSize)
         throw AgentDescription::Error("--lmc-path: longer than 256 characters");
       description.lmcPath = *lmcPath;
     }
-    std::unique_ptr<kvn::sim::Journal> journal =
-        journalPath.empty() ? std::make_unique<kvn::sim::Journal>()
-                            : std::make_unique<kvn::sim::Journal>(journalPath);
+    std::unique_ptr<kvn::sim::Journal> journal = line.openJournal();
     kvn::daxosim::HandlerRegistry handlers(std::make_unique<kvn::daxosim::JournalOnlyHandler>());
     using kvn::daxosim::ConfirmSender;
     ConfirmSender confirms(*journal,
@@ -247,11 +211,7 @@ int main(int argc, char** argv) {
       return next;
     };
 
-    struct sigaction sa;
-    memset(&sa, 0, sizeof sa);
-    sa.sa_handler = onStopSignal;
-    sigaction(SIGTERM, &sa, nullptr);
-    sigaction(SIGINT, &sa, nullptr);
+    kvn::sim::CommandLine::catchSignals(onStopSignal);
 
     AgentSimulator simulator(description, options, *journal, handlers);
     return simulator.run(g_stop);

@@ -1,7 +1,6 @@
 // diag-sim: plays the diag handler and the TSI proxy behind it, so that the service's
 // destinations can be tried and tested without the platform. See `diag-sim --help`.
 
-#include <getopt.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -13,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "diag-sim/diag_simulator.h"
+#include "sim/command_line.h"
 #include "sim/journal.h"
 
 namespace {
@@ -45,29 +45,14 @@ void usage(FILE* out) {
           "  --help               this text\n");
 }
 
-uint32_t number(const char* option, const char* text, uint32_t max) {
-  char* end = nullptr;
-  const unsigned long long v = strtoull(text, &end, 0);
-  if (*text == '\0' || *text == '-' || *end != '\0' || v > max) {
-    fprintf(stderr, "diag-sim: --%s takes a number up to %u\n", option, max);
-    exit(2);
-  }
-  return static_cast<uint32_t>(v);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   using kvn::diagsim::DiagSimulator;
   using kvn::diagsim::TsiAnswer;
-  DiagSimulator::Options options;
-  std::string journalPath;
+  using kvn::sim::CommandLine;
   enum {
-    kService = 1,
-    kMailbox,
-    kJournal,
-    kNamespace,
-    kAnswer,
+    kAnswer = 1,
     kSessionId,
     kPcep,
     kQidx,
@@ -77,102 +62,76 @@ int main(int argc, char** argv) {
     kReject,
     kDelay,
     kDrop,
-    kSessionsDir,
-    kHelp
+    kSessionsDir
   };
-  static const struct option longOptions[] = {
-      {"service", required_argument, nullptr, kService},
-      {"mailbox", required_argument, nullptr, kMailbox},
-      {"journal", required_argument, nullptr, kJournal},
-      {"namespace", required_argument, nullptr, kNamespace},
-      {"answer", required_argument, nullptr, kAnswer},
-      {"session-id", required_argument, nullptr, kSessionId},
-      {"pcep", required_argument, nullptr, kPcep},
-      {"qidx", required_argument, nullptr, kQidx},
-      {"mac", required_argument, nullptr, kMac},
-      {"inner-vlan", required_argument, nullptr, kInnerVlan},
-      {"outer-vlan", required_argument, nullptr, kOuterVlan},
-      {"reject", required_argument, nullptr, kReject},
-      {"reply-delay-ms", required_argument, nullptr, kDelay},
-      {"drop-replies", no_argument, nullptr, kDrop},
-      {"sessions-dir", required_argument, nullptr, kSessionsDir},
-      {"help", no_argument, nullptr, kHelp},
-      {nullptr, 0, nullptr, 0}};
+  static const poptOption own[] = {
+      {"answer", '\0', POPT_ARG_STRING, nullptr, kAnswer, nullptr, nullptr},
+      {"session-id", '\0', POPT_ARG_STRING, nullptr, kSessionId, nullptr, nullptr},
+      {"pcep", '\0', POPT_ARG_STRING, nullptr, kPcep, nullptr, nullptr},
+      {"qidx", '\0', POPT_ARG_STRING, nullptr, kQidx, nullptr, nullptr},
+      {"mac", '\0', POPT_ARG_STRING, nullptr, kMac, nullptr, nullptr},
+      {"inner-vlan", '\0', POPT_ARG_STRING, nullptr, kInnerVlan, nullptr, nullptr},
+      {"outer-vlan", '\0', POPT_ARG_STRING, nullptr, kOuterVlan, nullptr, nullptr},
+      {"reject", '\0', POPT_ARG_STRING, nullptr, kReject, nullptr, nullptr},
+      {"reply-delay-ms", '\0', POPT_ARG_STRING, nullptr, kDelay, nullptr, nullptr},
+      {"drop-replies", '\0', POPT_ARG_NONE, nullptr, kDrop, nullptr, nullptr},
+      {"sessions-dir", '\0', POPT_ARG_STRING, nullptr, kSessionsDir, nullptr, nullptr},
+      POPT_TABLEEND};
+  DiagSimulator::Options options;
   TsiAnswer& a = options.answer;
-  try {
-    for (int c; (c = getopt_long(argc, argv, "", longOptions, nullptr)) != -1;) {
-      switch (c) {
-        case kService:
-          options.serviceName = optarg;
-          break;
-        case kMailbox:
-          options.mailboxName = optarg;
-          break;
-        case kJournal:
-          journalPath = optarg;
-          break;
-        case kNamespace:
-          options.nameSpace = optarg;
-          break;
-        case kAnswer: {
-          std::ifstream in(optarg);
-          if (!in) throw TsiAnswer::Error(std::string("cannot open ") + optarg);
-          a = TsiAnswer::fromJson(nlohmann::json::parse(in));
-          break;
-        }
-        case kSessionId:
-          a.sessionId = number("session-id", optarg, 0xFFFFFFFFu);
-          break;
-        case kPcep:
-          a.pcep = number("pcep", optarg, 0xFFFFFFFFu);
-          break;
-        case kQidx:
-          a.qidx = static_cast<uint16_t>(number("qidx", optarg, 0xFFFF));
-          break;
-        case kMac:
-          a.mac = TsiAnswer::parseMac(optarg);
-          break;
-        case kInnerVlan:
-          a.innerVlan = number("inner-vlan", optarg, 0xFFFFFFFFu);
-          break;
-        case kOuterVlan:
-          a.outerVlan = number("outer-vlan", optarg, 0xFFFFFFFFu);
-          break;
-        case kReject:
-          a.reject = optarg;
-          break;
-        case kDelay:
-          options.replyMode = DiagSimulator::ReplyMode::kDelayed;
-          options.replyDelay = std::chrono::milliseconds(number("reply-delay-ms", optarg, 3600000));
-          break;
-        case kDrop:
-          options.replyMode = DiagSimulator::ReplyMode::kDropped;
-          break;
-        case kSessionsDir:
-          options.sessionsDir = optarg;
-          break;
-        case kHelp:
-          usage(stdout);
-          return 0;
-        default:
-          usage(stderr);
-          return 2;
+  CommandLine line("diag-sim", usage);
+  const int status = line.read(argc, argv, own, [&](int val, const char* arg) {
+    switch (val) {
+      case kAnswer: {
+        std::ifstream in(arg);
+        if (!in) throw TsiAnswer::Error(std::string("cannot open ") + arg);
+        a = TsiAnswer::fromJson(nlohmann::json::parse(in));
+        break;
       }
+      case kSessionId:
+        a.sessionId = CommandLine::number(arg, 0xFFFFFFFFu);
+        break;
+      case kPcep:
+        a.pcep = CommandLine::number(arg, 0xFFFFFFFFu);
+        break;
+      case kQidx:
+        a.qidx = static_cast<uint16_t>(CommandLine::number(arg, 0xFFFF));
+        break;
+      case kMac:
+        a.mac = TsiAnswer::parseMac(arg);
+        break;
+      case kInnerVlan:
+        a.innerVlan = CommandLine::number(arg, 0xFFFFFFFFu);
+        break;
+      case kOuterVlan:
+        a.outerVlan = CommandLine::number(arg, 0xFFFFFFFFu);
+        break;
+      case kReject:
+        a.reject = arg;
+        break;
+      case kDelay:
+        options.replyMode = DiagSimulator::ReplyMode::kDelayed;
+        options.replyDelay = std::chrono::milliseconds(CommandLine::number(arg, 3600000));
+        break;
+      case kDrop:
+        options.replyMode = DiagSimulator::ReplyMode::kDropped;
+        break;
+      case kSessionsDir:
+        options.sessionsDir = arg;
+        break;
     }
-    if (optind != argc) {
-      usage(stderr);
-      return 2;
-    }
-    std::unique_ptr<kvn::sim::Journal> journal =
-        journalPath.empty() ? std::make_unique<kvn::sim::Journal>()
-                            : std::make_unique<kvn::sim::Journal>(journalPath);
-    struct sigaction sa;
-    memset(&sa, 0, sizeof sa);
-    sa.sa_handler = onStopSignal;
-    sigaction(SIGTERM, &sa, nullptr);
-    sigaction(SIGINT, &sa, nullptr);
-    sa.sa_handler = onRejoinSignal;
-    sigaction(SIGUSR1, &sa, nullptr);
+  });
+  if (status >= 0) return status;
+  if (!line.operands.empty()) {
+    usage(stderr);
+    return 2;
+  }
+  options.serviceName = line.service;
+  if (!line.mailbox.empty()) options.mailboxName = line.mailbox;
+  options.nameSpace = line.nameSpace;
+  try {
+    std::unique_ptr<kvn::sim::Journal> journal = line.openJournal();
+    CommandLine::catchSignals(onStopSignal, onRejoinSignal);
     DiagSimulator simulator(options, *journal);
     return simulator.run(g_stop, g_rejoin);
   } catch (const std::exception& e) {
