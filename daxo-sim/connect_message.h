@@ -7,6 +7,7 @@
 
 #include <vector>
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "daxo-sim/agent_description.h"
 #include "service/signals/daxo_connect_signals.h"
 
@@ -14,10 +15,10 @@ namespace kvn::daxosim {
 
 class ConnectMessage {
  public:
-  static constexpr uint32_t kBaseSignalNo = 0x170802D;
+  static constexpr uint32_t kBaseSignalNo = kKvnObsSignalNo;
   static constexpr uint16_t kInitialRoutine = daxo_connect::kInitialRoutine;
   static constexpr uint16_t kVersionRoutine = daxo_connect::kVersionRoutine;
-  static constexpr size_t kHeaderSize = 12;
+  static constexpr size_t kHeaderSize = sizeof(KvnObsSubMessageWithSubMsgNo);
   static constexpr size_t kAttributeSize = daxo_connect::kAttributeSize;
   static constexpr size_t kInitialFixedSize = daxo_connect::kInitialAttributes;
   static constexpr size_t kVersionFixedSize = daxo_connect::kVersionAttributes;

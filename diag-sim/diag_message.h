@@ -10,12 +10,14 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
+
 namespace kvn::diagsim {
 
 class DiagMessage {
  public:
-  static constexpr uint32_t kBaseSignalNo = 0x170802D;
-  static constexpr size_t kHeaderSize = 12;
+  static constexpr uint32_t kBaseSignalNo = kKvnObsSignalNo;
+  static constexpr size_t kHeaderSize = sizeof(KvnObsSubMessageWithSubMsgNo);
   static constexpr uint16_t kServiceRoutine = 8;  // the service's diag handler client
   static constexpr uint16_t kHello = 0, kHelloReply = 1;
   static constexpr uint16_t kCreateReq = 0, kCreateCfm = 1, kCreateRej = 2, kDeleteInd = 3;

@@ -5,6 +5,7 @@
 
 #include <systemd/sd-daemon.h>
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "service/agents/agent_service_publisher.h"
 #include "service/agents/daxo_connect_client.h"
 #include "service/agents/daxo_connection_monitor.h"
@@ -34,7 +35,6 @@
 #include "util/ns/ns_handler.h"
 
 namespace {
-constexpr uint32_t kBaseSignalNo = 0x170802D;
 // Published by every instance, whatever its mailbox and instance names.
 constexpr const char* kServiceName = "kvn-tracecontroller";
 constexpr int32_t kMailboxCount = 2;
@@ -77,7 +77,7 @@ int main(int argc, char** argv) {
         [&nsHandler](const std::string& name) { nsHandler.unpublish(name); }, &nsHandler,
         options.mailboxName);
 
-    kvn::RoutineTable routineTable(&pxm, kBaseSignalNo);
+    kvn::RoutineTable routineTable(&pxm, kKvnObsSignalNo);
 
     auto agentServicePublisher = std::make_shared<AgentServicePublisher>(
         &lingeringNames, connectEvent, kServiceName, options.mailboxName);
@@ -107,7 +107,7 @@ int main(int argc, char** argv) {
 
     for (const auto& root : kvn::makeCommandTree()) cmdSessionFactory->addRootParser(root);
 
-    mainloop.setDispatcher(kBaseSignalNo,
+    mainloop.setDispatcher(kKvnObsSignalNo,
                            [&routineTable](pxm_mbox_id_t sender, pxm_msg*& msg, size_t size) {
                              routineTable.dispatch(sender, msg, size);
                            });
