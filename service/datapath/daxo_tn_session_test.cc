@@ -175,26 +175,6 @@ TEST_F(DaxoTnSessionTest, TwoSourcesOfOneAgentShareOneSessionUntilTheLastGoes) {
   EXPECT_EQ(route("nosuch").failure, std::optional<std::string>("Destination name not found"));
 }
 
-TEST_F(DaxoTnSessionTest, ALostDiagHandlerFailsTheUdpStepAndLeavesNoRoutineBehind) {
-  const char* text =
-      "Failed to create UDP session towards TSI proxy: DiagHandler is not connected.";
-  Client& c = route();
-  answer(agentGets(0), 1, allocCfm());
-  diagGets(0);
-  pxm.kill(diagMbox);
-  run();
-  EXPECT_EQ(c.failure, std::optional<std::string>(text));
-  answer(agentGets(3), 4);
-  expectSettled();
-
-  // Without a diag handler the step fails at once.
-  Client& d = route();
-  answer(agentGets(0), 1, allocCfm());
-  EXPECT_EQ(d.failure, std::optional<std::string>(text));
-  answer(agentGets(3), 4);
-  expectSettled();
-}
-
 TEST_F(DaxoTnSessionTest, ALostAgentEndsTheSessionSilentlyAtAnyStep) {
   // Lost while the TSI proxy is asked: a late confirm reaches no one.
   Client& c = route();

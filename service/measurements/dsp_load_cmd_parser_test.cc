@@ -64,14 +64,12 @@ TEST_F(DspLoadCmdParserTest, MeasuringFlagFollowsStartStopAndTheAgentsEndOfMeasu
   EXPECT_EQ(start->dstRoutineId, kMeasurementRoutine);
   EXPECT_EQ(start->submsgno, 0);
   EXPECT_EQ(start->be32(12), 2000000u);
-  Answer done = reply(1, *start, 1);
-  EXPECT_EQ(done.text, "Measuring started on daxo 1\n");
-  EXPECT_EQ(done.result, 0);
+  reply(1, *start, 1);
+  EXPECT_EQ(ended(), "0: Measuring started on daxo 1\n");
 
   EXPECT_EQ(command(parser, {"start", "-s", "1"}).text, "Already measuring on daxo 1\n");
-  done = command(parser, {"print", "-s", "1"});
-  EXPECT_EQ(done.text, "Already measuring on daxo 1\n");
-  EXPECT_EQ(done.result, 1);
+  command(parser, {"print", "-s", "1"});
+  EXPECT_EQ(ended(), "1: Already measuring on daxo 1\n");
   EXPECT_FALSE(request(1)) << "a refused command asks nothing";
 
   // Only the agent's own DSP load routine ends its measurement, and only with sub-message 6.
@@ -142,8 +140,7 @@ TEST_F(DspLoadCmdParserTest, TheLossOfTheAgentEndsEachCommandWithItsText) {
     addMeasuringAgent(n).dspLoad.measuring = n == 2;
     command(c.parser, c.words);
     lose(n);
-    EXPECT_EQ(answer().text, c.text);
-    EXPECT_EQ(answer().result, 1);
+    EXPECT_EQ(ended(), std::string("1: ") + c.text);
   }
   EXPECT_TRUE(DaxoTraceModel::get(1).dspLoad.measuring)
       << "a lost agent keeps its flag until it connects again";

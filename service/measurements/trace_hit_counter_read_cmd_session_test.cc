@@ -130,9 +130,7 @@ TEST_F(TraceHitCounterReadTest, LossEndsTheCommandWithWhatWasCollected) {
   lose(2);
   EXPECT_FALSE(answer().result);
   answerInfo(1, 1);
-  Answer a = answer();
-  EXPECT_EQ(a.text, "Could not get trace hit counter info due to loss of daxo 2\n");
-  EXPECT_EQ(a.result, 1);
+  EXPECT_EQ(ended(), "1: Could not get trace hit counter info due to loss of daxo 2\n");
   EXPECT_EQ(pxm.queued(agentMailbox[1]), 0u);
   EXPECT_FALSE(DaxoTraceModel::get(1).traceHitCounter.inUse);
 
@@ -143,9 +141,7 @@ TEST_F(TraceHitCounterReadTest, LossEndsTheCommandWithWhatWasCollected) {
   answerInfo(2, 1);
   expectRequest(1);
   lose(2);
-  a = answer();
-  EXPECT_EQ(a.text, "Lost daxo 2 while retrieving trace hit table\n");
-  EXPECT_EQ(a.result, 1);
+  EXPECT_EQ(ended(), "1: Lost daxo 2 while retrieving trace hit table\n");
   EXPECT_FALSE(DaxoTraceModel::get(1).traceHitCounter.inUse);
 }
 

@@ -10,13 +10,13 @@
 #include <gtest/gtest.h>
 
 #include "service/agents/daxo_test_fixture.h"
-#include "service/tracecontrol/trace_object_controller.h"
-#include "service/tracecontrol/utrace_config.h"
 #include "util/testing/scratch_dir.h"
 
 namespace kvn {
 namespace {
 
+// The senders and their first batches at a connect: e2e
+// LogCommandTest.ConnectingAgentGetsEveryInitialMaskAndItsUtraceSettings.
 class TraceControlConnectHooksTest : public kvn::testing::DaxoTestFixture {
  protected:
   TraceControlConnectHooksTest() { DaxoTraceModel::addConnectHooks(&hooks); }
@@ -24,20 +24,6 @@ class TraceControlConnectHooksTest : public kvn::testing::DaxoTestFixture {
 
   TraceControlConnectHooks hooks;
 };
-
-TEST_F(TraceControlConnectHooksTest, AConnectGetsItsSendersAndTheirFirstBatches) {
-  Description d = agent(2);
-  d.lmcPath = "/nonexistent/moka.lmc";
-  d.attributes = {{40, 0, {14, 0, 0}}, {41, 0, {15, 0, 0}}};
-  connectAgent(d);
-  const DaxoRecord& r = DaxoTraceModel::get(2);
-  EXPECT_TRUE(r.traceToggler);
-  ASSERT_TRUE(r.traceObjectManager.controller);
-  ASSERT_TRUE(r.uniqueTraceManager.config && r.uniqueTraceManager.controller);
-  // Both senders got their first batch at the connect, with no answer awaited.
-  EXPECT_EQ(r.traceObjectManager.controller->pendingBatches(), 1u);
-  EXPECT_EQ(r.uniqueTraceManager.config->pendingBatches(), 1u);
-}
 
 TEST_F(TraceControlConnectHooksTest, ASavedStateIsReadOnceAndDeleted) {
   const kvn::testing::ScratchDir dir;
