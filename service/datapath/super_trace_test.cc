@@ -12,11 +12,10 @@
 
 #include <gtest/gtest.h>
 
-#include "service/agents/daxo_test_fixture.h"
+#include "service/datapath/recorder_test_fixture.h"
 #include "service/datapath/super_trace_start.h"
 #include "service/datapath/super_trace_stop.h"
 #include "service/datapath/super_trace_streaming.h"
-#include "service/datapath/trace_data_path_connect_hooks.h"
 #include "tracing/log_capture.h"
 #include "util/mainloop/event_callback_routine.h"
 
@@ -27,21 +26,11 @@ using kvn::log::Level;
 using kvn::log::LogCapture;
 
 // Sub-message numbers of the SuperTrace signals.
-enum : uint16_t {
-  kConsumerStart = 0,
-  kConsumerStop = 1,
-  kConsumerStopCfm = 2,
-  kProducerStart = 3,
-  kProducerStop = 4,
-  kProducerStopCfm = 5,
-  kSetUp = 6,
-  kSetUpCfm = 7,
-  kFull = 8,
-  kEmpty = 9,
-};
-constexpr uint16_t kControlRoutine = 10, kBufferRoutine = 11;
+enum : uint16_t { kConsumerStart = 0, kConsumerStop = 1, kProducerStart = 3, kProducerStop = 4 };
+enum : uint16_t { kProducerStopCfm = 5, kSetUp = 6, kFull = 8, kEmpty = 9 };
 
-class SuperTraceTest : public kvn::testing::DaxoTestFixture {
+// Agents 1 and 2, connected in every test.
+class SuperTraceTest : public kvn::testing::RecorderTestFixture {
  protected:
   struct Outcome {
     bool failed = false;
@@ -49,27 +38,7 @@ class SuperTraceTest : public kvn::testing::DaxoTestFixture {
   };
 
   SuperTraceTest() {
-    DaxoTraceModel::addConnectHooks(&hooks);
-    connectAgent(1);
-    connectAgent(2);
-  }
-  ~SuperTraceTest() override { DaxoTraceModel::removeConnectHooks(&hooks); }
-
-  // An agent with SuperTrace, token and rtt routed into its memory buffer, and a link from the
-  // memory buffer to the transport network; agents 1 and 2 are connected in every test.
-  void connectAgent(uint16_t n) {
-    Description d = agent(n);
-    d.attributes = {{kControlRoutine, 0, {4, 0, 0}},
-                    {kBufferRoutine, 0, {9, 0, 0}},
-                    {20, 0, {8, 0, 0}},
-                    {20, 3, {1, 4, 0}},
-                    {21, 0, {8, 0, 0}},
-                    {21, 3, {2, 4, 0}},
-                    {22, 0, {8, 0, 0}},
-                    {22, 3, {4, 6, 0}}};
-    peer[n] = DaxoTestFixture::connectAgent(d);
-    DaxoRecord& r = DaxoTraceModel::get(n);
-    r.links[1][4].attached = r.links[2][4].attached = true;
+    for (uint16_t n : {1, 2}) peer[n] = connectDaxo(n);
   }
 
   // Builds an action with `make`, forwards the agents' lost events to it, and starts it.
@@ -162,8 +131,6 @@ class SuperTraceTest : public kvn::testing::DaxoTestFixture {
 
   using V = std::vector<uint16_t>;
 
-  TraceDataPathConnectHooks hooks;
-  SuperTrace superTrace{connectEvent->getId(), &table, 3};
   pxm_mbox_id_t peer[6] = {};
   std::map<uint16_t, kvn::testing::FakePxm::Sent> last[6];
   std::vector<uint16_t> inbox[6];
@@ -202,7 +169,7 @@ TEST_F(SuperTraceTest, ARecordingStartsAndStopsOverItsGroup) {
   EXPECT_EQ(ended(), "Started streaming or recording on daxos.\n");
   bothSent(V{kProducerStart});  // no consumer in a recording
   EXPECT_EQ(last[1][kProducerStart].dstRoutineId, kControlRoutine);
-  EXPECT_EQ(last[1][kProducerStart].be16(12), 0x000F);
+  EXPECT_EQ(last[1][kProducerStart].be16(12), 0x001E);
   EXPECT_EQ(DaxoTraceModel::get(1).embuf.superTraceAction,
             DaxoTraceModel::get(2).embuf.superTraceAction);
   EXPECT_FALSE(DaxoTraceModel::get(1).embuf.setupPending);
@@ -213,7 +180,7 @@ TEST_F(SuperTraceTest, ARecordingStartsAndStopsOverItsGroup) {
   // A stop through one member stops the whole group.
   stopRun({2});
   bothSent(V{kProducerStop});
-  EXPECT_EQ(last[1][kProducerStop].be16(12), 0x000F);
+  EXPECT_EQ(last[1][kProducerStop].be16(12), 0x001E);
   stopRun({1});
   EXPECT_EQ(outcome->text, "Already stopping streaming or recording on daxo 1.\n");
   // The first stop's action is gone: the end of the stop must not reach it.
