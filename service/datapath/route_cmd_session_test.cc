@@ -23,7 +23,7 @@ constexpr uint16_t kControl = 10, kBuffer = 11;
 constexpr uint16_t kRttEbcom = 60, kRttEmbuf = 61, kEmbufTn = 62, kEmbufEbcom = 63;
 // Sub-message numbers: forwarder, SuperTrace control and buffer.
 enum : uint16_t { kAttach = 0, kDetach = 1, kAttachCfm = 0, kAttachRej = 1, kDetachCfm = 2 };
-enum : uint16_t { kConsumerStart = 0, kProducerStart = 3, kSetUp = 6 };
+constexpr uint16_t kSetUp = 6;
 
 class RouteTest : public kvn::testing::TnTestFixture {
  protected:
@@ -208,32 +208,10 @@ TEST_F(RouteTest, RefusalsAndRejectsLeaveTheFlagsAsTheyWereSet) {
   EXPECT_EQ(table.usedSlots(), slotsBefore);
 }
 
-TEST_F(RouteTest, EmbufToADestinationSetsUpTheSocketThenStreams) {
-  command({"1:embuf", "net1:3"});
-  reply(take(kDestRoutine, 0), 1, allocCfm());
-  answerTsi(diagGets(0), 1, tsiCfm());
-  reply(take(kDestRoutine, 6), 7);
-  reply(take(kDestRoutine, 9), 10, openCfm({9}, 1));
-  for (uint16_t i = 0; i < 2; ++i) {
-    const Sent attach = take(kEmbufTn, kAttach);
-    EXPECT_EQ(attach.be16(12), i);
-    EXPECT_EQ(attach.be16(14), 9) << "the socket the agent opened";
-    reply(attach, kAttachCfm);
-  }
-  // The stream's start: the buffer set-up and then producer and consumer.
-  reply(take(kBuffer, kSetUp), kSetUp + 1);
-  EXPECT_EQ(take(kControl, kProducerStart).be16(12), 0);
-  take(kControl, kConsumerStart);
-  EXPECT_EQ(ended(), "0: Streaming started\n");
-  EXPECT_TRUE(held.empty());
-}
-
-TEST_F(RouteTest, TnFailuresAndAnAbortLeaveNothingBehind) {
-  command({"1:embuf", "net1"});
-  reply(take(kDestRoutine, 0), 2, cause(5));
-  EXPECT_EQ(ended(), "1: Route action failed with TN setup error: Daxo port alloc failed\n");
-
-  // The front end goes while the port is being allocated: the port is freed again.
+// A route to a destination that sets up its socket and streams, and one whose set-up fails:
+// e2e RouteCommandTest. The front end goes while the port is being allocated: the port is freed
+// again.
+TEST_F(RouteTest, AnAbortDuringTheTnSetUpLeavesNothingBehind) {
   command({"1:embuf", "net1"});
   const Sent alloc = take(kDestRoutine, 0);
   pxm.injectObs(peer, life, kFrontEndRoutine, 4);
