@@ -49,7 +49,6 @@ TEST_F(EchoCmdSessionTest, AgentsAreChosenByDomainAndRoleAndOldOnesAreNamed) {
   addAgent(5, withoutObjects);
   EXPECT_EQ(command(parser, {"marker"}).text,
             "Object manager is not deployed for the following daxos: 4 5 \n\n");
-  EXPECT_EQ(command(parser, {"-r", "8", "marker"}).text, "No connected DAXO matched\n");
   EXPECT_EQ(command(parser, {"a", "b"}).text, "Wrong number of arguments for echo\n");
   EXPECT_EQ(command(parser, {"-h"}).result, 0);
   // Too long for the word count: refused, nothing sent.
