@@ -47,13 +47,7 @@ TEST_F(DaxoConnectClientTest, DeathMarksTheAgentGoneKeepsTheRecordAndBroadcastsI
   EXPECT_TRUE(r.modelValid);
   EXPECT_EQ(r.traceObjectManager.id, 40);
   EXPECT_EQ(pxm.monitorCount(), 0u);
-
-  // The reconnect replaces the record and makes a new lost event.
-  const kvntrace::EventId old = DaxoTraceModel::getDaxoLostEvent(2);
-  connectAgent(agent(2));
-  EXPECT_EQ(events, (std::vector<int>{2, -2, 2}));
-  EXPECT_NE(DaxoTraceModel::getDaxoLostEvent(2), old);
-  EXPECT_EQ(DaxoTraceModel::get(2).traceObjectManager.id, 65535);
+  // The reconnect that replaces the record: e2e AgentsInfoTest.KilledAgentDisappears...
 }
 
 TEST_F(DaxoConnectClientTest, ReconnectWithoutDeathIsNotANewConnection) {

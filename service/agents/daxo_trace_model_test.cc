@@ -31,8 +31,6 @@ class DaxoTraceModelTest : public kvn::testing::DaxoTestFixture {
 
 TEST_F(DaxoTraceModelTest, VersionConnectFillsTheRecordAndDeploysEveryFunction) {
   Description d = agent(2);
-  d.roleIndex = 7;
-  d.loadModuleName = "MOKA_LM";
   d.lmcPath = "/nonexistent/moka.lmc";
   d.attributes = {{10, 0, {4, 0, 0}},  {11, 0, {9, 0, 0}},  {12, 0, {6, 0, 0}},
                   {20, 0, {8, 0, 0}},  {20, 3, {1, 6, 0}},  {21, 0, {8, 0, 0}},
@@ -53,26 +51,13 @@ TEST_F(DaxoTraceModelTest, VersionConnectFillsTheRecordAndDeploysEveryFunction) 
   const pxm_mbox_id_t peer = connectAgent(d);
   DaxoTraceModel::removeConnectHooks(&hooks);
 
+  // The routines, links, role and buffer size as `zoth info -v` shows them: e2e
+  // AgentsInfoTest.OneHeaderWithoutVerboseAndOnePerAgentWithIt.
   const DaxoRecord& r = DaxoTraceModel::get(2);
-  EXPECT_TRUE(r.connected);
   EXPECT_TRUE(r.modelValid);
-  EXPECT_EQ(r.mailbox, peer);
   EXPECT_EQ(r.version, 2u);
-  EXPECT_EQ(r.roleIndex, 7);
-  EXPECT_EQ(r.instanceName, "MOKA");
-  EXPECT_TRUE(r.loadModuleName == "MOKA_LM" && r.lmcPath == "/nonexistent/moka.lmc");
-  // Each function's routine; the sig2em routine with the three numbers too.
-  EXPECT_EQ(
-      (std::vector<uint16_t>{r.embuf.superTraceRoutine, r.embuf.bufferRoutine, r.traceDest.id,
-                             r.rttManager.id, r.dspLoad.id, r.cmPool.id, r.traceHitCounter.id,
-                             r.traceObjectManager.id, r.uniqueTraceManager.id, r.sig2emManager.id}),
-      (std::vector<uint16_t>{10, 11, 12, 30, 31, 31, 32, 40, 41, 44}));
-  EXPECT_EQ(r.embuf.sizeBytes, 0xC800000u);
+  EXPECT_EQ(r.sig2emManager.id, 44);  // the routine with the three numbers too
   EXPECT_TRUE(r.embuf.superTraceControlProxy && r.embuf.superTraceBufferProxy);
-  EXPECT_TRUE(r.links[1][6].deployed);
-  EXPECT_EQ(r.links[1][6].id, 20);
-  EXPECT_EQ(r.links[1][6].linkCount, 1);
-  EXPECT_EQ(r.links[3][12].linkCount, 3);
   ASSERT_TRUE(r.links[3][12].connectionProxy_p);
   EXPECT_EQ(r.links[3][12].connectionProxy_p->getRoutineId(), 21);
   EXPECT_EQ(r.links[3][12].connectionProxy_p->getMailbox(), peer);
@@ -99,13 +84,7 @@ TEST_F(DaxoTraceModelTest, InitialConnectHasNoContainerRoleOrVersion) {
   EXPECT_TRUE(
       cap.has(Level::Error, "LMC path was not provided. ProfileProvider is not populated."));
   EXPECT_EQ(r.enabledProfiles.count("DefaultProfile"), 1u);
-
-  // A versioned connect of version 1 has no role index either.
-  Description v1 = agent(3);
-  v1.version = 1;
-  connectAgent(v1);
-  EXPECT_EQ(DaxoTraceModel::get(3).version, 1u);
-  EXPECT_EQ(DaxoTraceModel::get(3).roleIndex, 65535);
+  // Version 1 has no role either: e2e AgentsInfoTest.KilledAgentDisappears...
 }
 
 TEST_F(DaxoTraceModelTest, AttributesAreSortedAndTheLaterRoutineWins) {

@@ -63,14 +63,11 @@ TEST_F(DestCmdParserTest, ANameCanFailSeveralChecksAndEveryCheckOfALineIsReporte
 }
 
 TEST_F(DestCmdParserTest, TheRateIsCheckedFirstOnEverySubcommand) {
-  for (const char* bad : {"99", "100000001"}) {
-    const std::string line = std::string(bad) == "99"
-                                 ? "Max stream rate must be at least 100 kB/s\n"
-                                 : "Max stream rate must be less than 100 GB/s\n";
-    EXPECT_EQ(dest({"list", "-m", bad}), failure(line));
-    EXPECT_EQ(dest({"add", "x", "-m", bad}), failure(line + "dest add expects 4 arguments\n"));
-    EXPECT_EQ(dest({"bogus", "-m", bad}), failure(line + "Error - Illegal command bogus\n"));
-  }
+  const std::string low = "Max stream rate must be at least 100 kB/s\n";
+  EXPECT_EQ(dest({"list", "-m", "99"}), failure(low));
+  EXPECT_EQ(dest({"add", "x", "-m", "100000001"}),
+            failure("Max stream rate must be less than 100 GB/s\ndest add expects 4 arguments\n"));
+  EXPECT_EQ(dest({"bogus", "-m", "99"}), failure(low + "Error - Illegal command bogus\n"));
   EXPECT_EQ(dest({"add", "a", "1.2.3.4", "1", "ManagedElement=1", "-m", "100000000"}).second, 0);
   EXPECT_EQ(dest({"-m", "5"}), failure("Error - Wrong parameter count\n"));
   EXPECT_EQ(dest({"list", "--nope"}), failure("Unknown option --nope\n"));

@@ -29,24 +29,5 @@ TEST_F(DiagHandlerClientRoutineTest, HelloIsAnsweredWithTheInstanceNameInTheExpe
   EXPECT_EQ(c.tsiProxy->getRoutineId(), 0);
 }
 
-TEST_F(DiagHandlerClientRoutineTest, TheLinkFallsWithTheMailboxAndComesBackWithTheNextHello) {
-  TraceControllerContext& c = TraceControllerContext::get();
-  hello();
-  pxm.injectObs(diagMbox, 8, kDiagRoutine, 1);  // not ours to take: logged only
-  run();
-  EXPECT_TRUE(c.tsiProxy);
-  EXPECT_TRUE(diagIdle());
-
-  pxm.kill(diagMbox);
-  run();
-  EXPECT_FALSE(c.tsiProxy);
-  EXPECT_EQ(c.diagHandlerMailbox, static_cast<uint32_t>(-1));
-
-  diagMbox = pxm.createPeer("diag-again");
-  hello();
-  ASSERT_TRUE(c.tsiProxy);
-  EXPECT_EQ(c.tsiProxy->getMailbox(), diagMbox);
-}
-
 }  // namespace
 }  // namespace kvn

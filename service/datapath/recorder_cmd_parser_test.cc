@@ -35,12 +35,9 @@ TEST_F(RecorderCmdTest, TheParserAnswersEveryMistakeWithTheUsage) {
   EXPECT_EQ(answerOf({"status", "1", "--bogus"}), failure("Unknown option --bogus\n"));
   EXPECT_EQ(answerOf({"dump", "1"}), failure("Missing separator in argument\n"));
   EXPECT_EQ(answerOf({"dump", "1:frob"}), failure("Invalid source\n"));
+  // The time errors' own texts: RecorderTimeTest.
   EXPECT_EQ(answerOf({"dump", "1:lpp", "-d", "42"}), failure("Missing duration unit\n"));
-  EXPECT_EQ(answerOf({"dump", "1:lpp", "-d", "99999999999s"}), failure("stoul\n"));
-  EXPECT_EQ(answerOf({"dump", "1:lpp", "-t", "2016-11-15 13:14:46"}),
-            failure("Missing microseconds separator '.' in 2016-11-15 13:14:46\n"));
-  EXPECT_EQ(answerOf({"dump", "1:lpp", "-t", "2016-11-15 13:14:46.12345x"}),
-            failure("Non-digits in expected number\n"));
+  EXPECT_EQ(answerOf({"dump", "1:lpp", "-t", "2016"}).second, 1);
   EXPECT_EQ(answerOf({"start", "*"}).first.substr(0, 37), "SuperTrace not deployed on all daxos\n");
   EXPECT_EQ(answerOf({"frob", "1"}), failure("Expression frob is not valid\n"));
   // Agent expressions are matched first, and their errors go to the session factory.
@@ -65,12 +62,9 @@ TEST_F(RecorderCmdTest, StartStopAndStatusOfARecording) {
                                        "for daxos.\nAssure that all daxos are either configured "
                                        "for streaming or not.\n"),
                            1));
+  // The start's and stop's texts and requests: SuperTraceTest and e2e RecorderCommandTest.
   cmd({"start", "1"});
-  std::vector<Sent> sent = requests();
-  ASSERT_EQ(sent.size(), 1u);
-  answer(sent[0], 7, {});
-  EXPECT_EQ(std::make_pair(text(), result),
-            std::make_pair(std::string("Started streaming or recording on daxos.\n"), 0));
+  answer(requests().at(0), 7, {});
   EXPECT_EQ(requests().at(0).be16(12), 0x001E);  // producers of rtt and lpp
 
   // The status of a running recording: one lpp block of 2048 words and two DMA interrupts in
@@ -98,13 +92,6 @@ TEST_F(RecorderCmdTest, StartStopAndStatusOfARecording) {
                 "\n   rtt         " + empty + "\n   token       " + empty +
                 "\nNote: Agent bbEqm000001 is currently recording.\n");
   EXPECT_EQ(result, 0);
-
-  cmd({"stop", "1"});
-  sent = requests();
-  ASSERT_EQ(sent.size(), 1u);
-  answer(sent[0], 5, {});
-  EXPECT_EQ(std::make_pair(text(), result),
-            std::make_pair(std::string("Stopped recording on daxos.\n"), 0));
 }
 
 TEST_F(RecorderCmdTest, TheStreamingNoteAndAFailedStatus) {

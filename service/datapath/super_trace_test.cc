@@ -12,11 +12,10 @@
 
 #include <gtest/gtest.h>
 
-#include "service/agents/daxo_test_fixture.h"
+#include "service/datapath/recorder_test_fixture.h"
 #include "service/datapath/super_trace_start.h"
 #include "service/datapath/super_trace_stop.h"
 #include "service/datapath/super_trace_streaming.h"
-#include "service/datapath/trace_data_path_connect_hooks.h"
 #include "tracing/log_capture.h"
 #include "util/mainloop/event_callback_routine.h"
 
@@ -27,21 +26,11 @@ using kvn::log::Level;
 using kvn::log::LogCapture;
 
 // Sub-message numbers of the SuperTrace signals.
-enum : uint16_t {
-  kConsumerStart = 0,
-  kConsumerStop = 1,
-  kConsumerStopCfm = 2,
-  kProducerStart = 3,
-  kProducerStop = 4,
-  kProducerStopCfm = 5,
-  kSetUp = 6,
-  kSetUpCfm = 7,
-  kFull = 8,
-  kEmpty = 9,
-};
-constexpr uint16_t kControlRoutine = 10, kBufferRoutine = 11;
+enum : uint16_t { kConsumerStart = 0, kConsumerStop = 1, kProducerStart = 3, kProducerStop = 4 };
+enum : uint16_t { kProducerStopCfm = 5, kSetUp = 6, kFull = 8, kEmpty = 9 };
 
-class SuperTraceTest : public kvn::testing::DaxoTestFixture {
+// Agents 1 and 2, connected in every test.
+class SuperTraceTest : public kvn::testing::RecorderTestFixture {
  protected:
   struct Outcome {
     bool failed = false;
@@ -49,27 +38,7 @@ class SuperTraceTest : public kvn::testing::DaxoTestFixture {
   };
 
   SuperTraceTest() {
-    DaxoTraceModel::addConnectHooks(&hooks);
-    connectAgent(1);
-    connectAgent(2);
-  }
-  ~SuperTraceTest() override { DaxoTraceModel::removeConnectHooks(&hooks); }
-
-  // An agent with SuperTrace, token and rtt routed into its memory buffer, and a link from the
-  // memory buffer to the transport network; agents 1 and 2 are connected in every test.
-  void connectAgent(uint16_t n) {
-    Description d = agent(n);
-    d.attributes = {{kControlRoutine, 0, {4, 0, 0}},
-                    {kBufferRoutine, 0, {9, 0, 0}},
-                    {20, 0, {8, 0, 0}},
-                    {20, 3, {1, 4, 0}},
-                    {21, 0, {8, 0, 0}},
-                    {21, 3, {2, 4, 0}},
-                    {22, 0, {8, 0, 0}},
-                    {22, 3, {4, 6, 0}}};
-    peer[n] = DaxoTestFixture::connectAgent(d);
-    DaxoRecord& r = DaxoTraceModel::get(n);
-    r.links[1][4].attached = r.links[2][4].attached = true;
+    for (uint16_t n : {1, 2}) peer[n] = connectDaxo(n);
   }
 
   // Builds an action with `make`, forwards the agents' lost events to it, and starts it.
@@ -142,14 +111,26 @@ class SuperTraceTest : public kvn::testing::DaxoTestFixture {
     for (uint16_t n : agents) sent(n);
   }
 
+  // Both agents were sent `want` since the last look.
+  void bothSent(const std::vector<uint16_t>& want) {
+    EXPECT_EQ(sent(1), want);
+    EXPECT_EQ(sent(2), want);
+  }
+  void confirmBoth(uint16_t req) {
+    confirm(1, req);
+    confirm(2, req);
+  }
+  // How the action ended: its text, marked when it failed; empty while it runs.
+  std::string ended() const {
+    return !outcome ? "" : (outcome->failed ? "failed: " : "") + outcome->text;
+  }
+
   const SuperTraceStreaming& streaming(uint16_t n) {
     return dynamic_cast<const SuperTraceStreaming&>(*DaxoTraceModel::get(n).embuf.superTraceAction);
   }
 
   using V = std::vector<uint16_t>;
 
-  TraceDataPathConnectHooks hooks;
-  SuperTrace superTrace{connectEvent->getId(), &table, 3};
   pxm_mbox_id_t peer[6] = {};
   std::map<uint16_t, kvn::testing::FakePxm::Sent> last[6];
   std::vector<uint16_t> inbox[6];
@@ -178,82 +159,67 @@ TEST_F(SuperTraceTest, ARecordingStartsAndStopsOverItsGroup) {
   const size_t idle = table.usedSlots();
 
   startRun({1, 2}, kSuperTraceRecording);
-  EXPECT_EQ(sent(1), V{kSetUp});
+  bothSent(V{kSetUp});
   EXPECT_EQ(last[1][kSetUp].dstRoutineId, kBufferRoutine);
   EXPECT_EQ(last[1][kSetUp].be16(12), 3);
-  EXPECT_EQ(sent(2), V{kSetUp});
   EXPECT_TRUE(DaxoTraceModel::get(1).embuf.setupPending);
   confirm(2, kSetUp);
   EXPECT_FALSE(outcome);
   confirm(1, kSetUp);
-  ASSERT_TRUE(outcome);
-  EXPECT_EQ(outcome->text, "Started streaming or recording on daxos.\n");
-  EXPECT_FALSE(outcome->failed);
-  EXPECT_EQ(sent(1), V{kProducerStart});  // no consumer in a recording
+  EXPECT_EQ(ended(), "Started streaming or recording on daxos.\n");
+  bothSent(V{kProducerStart});  // no consumer in a recording
   EXPECT_EQ(last[1][kProducerStart].dstRoutineId, kControlRoutine);
-  EXPECT_EQ(last[1][kProducerStart].be16(12), 0x000F);
-  EXPECT_EQ(sent(2), V{kProducerStart});
+  EXPECT_EQ(last[1][kProducerStart].be16(12), 0x001E);
   EXPECT_EQ(DaxoTraceModel::get(1).embuf.superTraceAction,
             DaxoTraceModel::get(2).embuf.superTraceAction);
   EXPECT_FALSE(DaxoTraceModel::get(1).embuf.setupPending);
 
   startRun({2}, kSuperTraceRecording);
-  EXPECT_EQ(outcome->text, "Already recording or streaming on daxo 2.\n");
-  EXPECT_TRUE(outcome->failed);
+  EXPECT_EQ(ended(), "failed: Already recording or streaming on daxo 2.\n");
 
   // A stop through one member stops the whole group.
   stopRun({2});
-  EXPECT_EQ(sent(1), V{kProducerStop});
-  EXPECT_EQ(last[1][kProducerStop].be16(12), 0x000F);
-  EXPECT_EQ(sent(2), V{kProducerStop});
+  bothSent(V{kProducerStop});
+  EXPECT_EQ(last[1][kProducerStop].be16(12), 0x001E);
   stopRun({1});
   EXPECT_EQ(outcome->text, "Already stopping streaming or recording on daxo 1.\n");
   // The first stop's action is gone: the end of the stop must not reach it.
-  confirm(1, kProducerStop);
-  confirm(2, kProducerStop);
+  confirmBoth(kProducerStop);
   EXPECT_EQ(outcome->text, "Already stopping streaming or recording on daxo 1.\n");
   EXPECT_FALSE(DaxoTraceModel::get(1).embuf.superTraceAction->isActive());
   stopRun({2});
   EXPECT_EQ(outcome->text, "No active streaming or recording on daxo 2.\n");
   dropAction();
   EXPECT_EQ(table.usedSlots(), idle);
-}
 
-TEST_F(SuperTraceTest, AStopCompletesWithItsText) {
+  // A stop waits for every agent's confirm.
   started(kSuperTraceRecording);
   stopRun({1, 2});
-  sent(1);
-  sent(2);
+  bothSent(V{kProducerStop});
   confirm(1, kProducerStop);
   EXPECT_FALSE(outcome);
   confirm(2, kProducerStop);
-  ASSERT_TRUE(outcome);
-  EXPECT_EQ(outcome->text, "Stopped recording on daxos.\n");
-  EXPECT_FALSE(outcome->failed);
+  EXPECT_EQ(ended(), "Stopped recording on daxos.\n");
 }
 
 TEST_F(SuperTraceTest, OnlyAgentsStartedTogetherStopTogether) {
   for (uint16_t n : {1, 2}) started(kSuperTraceRecording, {n});
   stopRun({1, 2});
-  EXPECT_EQ(outcome->text, "Can only stop recordings on daxos which were started together.\n");
-  EXPECT_TRUE(outcome->failed);
+  EXPECT_EQ(ended(), "failed: Can only stop recordings on daxos which were started together.\n");
   EXPECT_EQ(sent(1), V{});  // nothing was stopped
 }
 
 // Every row of the streaming table, in the order a stream meets them.
 TEST_F(SuperTraceTest, AStreamStopsItsProducersWhileTheBuffersDrain) {
   startRun({1, 2}, kSuperTraceStreaming);
-  confirm(1, kSetUp);
-  confirm(2, kSetUp);
-  EXPECT_EQ(sent(1), (V{kProducerStart, kConsumerStart}));
-  EXPECT_EQ(sent(2), (V{kProducerStart, kConsumerStart}));
+  confirmBoth(kSetUp);
+  bothSent(V{kProducerStart, kConsumerStart});
   EXPECT_EQ(streaming(1).state(), SuperTraceStreaming::kRunning);
   EXPECT_FALSE(DaxoTraceModel::get(1).embuf.superTraceAction->start());  // not from running
 
   indicate(1, kEmpty);  // while running: nothing to do
   indicate(2, kFull);
-  EXPECT_EQ(sent(1), V{kProducerStop});
-  EXPECT_EQ(sent(2), V{kProducerStop});
+  bothSent(V{kProducerStop});
   EXPECT_EQ(streaming(1).state(), SuperTraceStreaming::kStoppingProducers);
   indicate(1, kFull);  // a second full while stopping: no second stop
   EXPECT_EQ(sent(1), V{});
@@ -266,28 +232,24 @@ TEST_F(SuperTraceTest, AStreamStopsItsProducersWhileTheBuffersDrain) {
   indicate(1, kEmpty);
   EXPECT_EQ(sent(1), V{});
   indicate(2, kEmpty);  // the last buffer drained: producers again
-  EXPECT_EQ(sent(1), V{kProducerStart});
-  EXPECT_EQ(sent(2), V{kProducerStart});
+  bothSent(V{kProducerStart});
   EXPECT_EQ(streaming(1).state(), SuperTraceStreaming::kRunning);
 
   // A stop from running: the producers stop, the buffers drain, then the consumers stop.
   stopRun({1});
-  EXPECT_EQ(sent(1), V{kProducerStop});
-  EXPECT_EQ(sent(2), V{kProducerStop});
+  bothSent(V{kProducerStop});
   EXPECT_TRUE(DaxoTraceModel::get(1).embuf.superTraceAction->isStopping());
   EXPECT_FALSE(DaxoTraceModel::get(1).embuf.superTraceAction->stop([] {}));  // one stop only
   confirm(1, kProducerStop);
   indicate(1, kEmpty);  // after its own confirm, while the other still stops: counted
   confirm(2, kProducerStop);
   indicate(2, kEmpty);
-  EXPECT_EQ(sent(1), V{kConsumerStop});
-  EXPECT_EQ(sent(2), V{kConsumerStop});
+  bothSent(V{kConsumerStop});
   EXPECT_EQ(streaming(1).state(), SuperTraceStreaming::kStoppingConsumers);
   confirm(1, kConsumerStop);
   EXPECT_FALSE(outcome);
   confirm(2, kConsumerStop);
-  ASSERT_TRUE(outcome);
-  EXPECT_EQ(outcome->text, "Stopped recording on daxos.\n");
+  EXPECT_EQ(ended(), "Stopped recording on daxos.\n");
   EXPECT_EQ(streaming(1).state(), SuperTraceStreaming::kIdle);
   EXPECT_FALSE(streaming(1).isStopping());
 }
@@ -295,21 +257,16 @@ TEST_F(SuperTraceTest, AStreamStopsItsProducersWhileTheBuffersDrain) {
 TEST_F(SuperTraceTest, AStopDuringADrainEndsTheStreamWithoutRestartingProducers) {
   started(kSuperTraceStreaming);
   indicate(1, kFull);
-  sent(1);
-  sent(2);
+  bothSent(V{kProducerStop});
   stopRun({1, 2});  // the drain under way ends in the stop
   EXPECT_EQ(sent(1), V{});
-  EXPECT_FALSE(outcome);
-  confirm(1, kProducerStop);
-  confirm(2, kProducerStop);
+  confirmBoth(kProducerStop);
   indicate(1, kEmpty);
   indicate(2, kEmpty);
-  EXPECT_EQ(sent(1), V{kConsumerStop});
-  EXPECT_EQ(sent(2), V{kConsumerStop});
-  confirm(1, kConsumerStop);
-  confirm(2, kConsumerStop);
-  ASSERT_TRUE(outcome);
-  EXPECT_EQ(outcome->text, "Stopped recording on daxos.\n");
+  bothSent(V{kConsumerStop});
+  EXPECT_FALSE(outcome);
+  confirmBoth(kConsumerStop);
+  EXPECT_EQ(ended(), "Stopped recording on daxos.\n");
 }
 
 // The agent lost last in the drain was the one the others waited for: they go on without it,
@@ -318,8 +275,6 @@ TEST_F(SuperTraceTest, AnAgentLostWhileDrainingLetsTheOthersGoOn) {
   const size_t before = table.usedSlots();
   started(kSuperTraceStreaming);
   indicate(1, kFull);
-  sent(1);
-  sent(2);
   confirm(2, kProducerStop);
   confirm(1, kProducerStop);
   indicate(2, kEmpty);
@@ -330,8 +285,7 @@ TEST_F(SuperTraceTest, AnAgentLostWhileDrainingLetsTheOthersGoOn) {
   EXPECT_EQ(sent(2), V{kConsumerStop});
   EXPECT_EQ(streaming(2).group().size(), 1u);
   confirm(2, kConsumerStop);
-  ASSERT_TRUE(outcome);
-  EXPECT_EQ(outcome->text, "Stopped recording on daxos.\n");
+  EXPECT_EQ(ended(), "Stopped recording on daxos.\n");
   dropAction();
   EXPECT_EQ(table.usedSlots(), before);
 }
@@ -340,9 +294,7 @@ TEST_F(SuperTraceTest, AnAgentLostEndsTheActionsThatWaitOnIt) {
   startRun({1, 2}, kSuperTraceRecording);
   confirm(2, kSetUp);
   disconnect(peer[1]);
-  ASSERT_TRUE(outcome);
-  EXPECT_EQ(outcome->text, "Action failed due to loss of daxo 1.\n");
-  EXPECT_TRUE(outcome->failed);
+  EXPECT_EQ(ended(), "failed: Action failed due to loss of daxo 1.\n");
   // The agent still there may start again; nothing runs on it.
   EXPECT_FALSE(DaxoTraceModel::get(2).embuf.setupPending);
   EXPECT_FALSE(DaxoTraceModel::get(2).embuf.superTraceAction->isActive());
@@ -350,9 +302,7 @@ TEST_F(SuperTraceTest, AnAgentLostEndsTheActionsThatWaitOnIt) {
   started(kSuperTraceRecording, {2});
   stopRun({2});
   disconnect(peer[2]);
-  ASSERT_TRUE(outcome);
-  EXPECT_EQ(outcome->text, "Action failed due to loss of daxo 2.\n");
-  EXPECT_TRUE(outcome->failed);
+  EXPECT_EQ(ended(), "failed: Action failed due to loss of daxo 2.\n");
 }
 
 TEST_F(SuperTraceTest, IndicationsFromStrangersAndStrayAnswersAreDropped) {

@@ -29,18 +29,17 @@ TEST_F(CmPoolUsageCmdParserTest, AsksTheAgentAndPrintsItsAnswerAsJson) {
   DaxoTraceModel::get(1).cmPool.measuring = false;
 
   command(parser, {"--json", "-s", "MOKA/1"});
-  const auto req = request(1);
-  ASSERT_TRUE(req);
-  EXPECT_EQ(req->dstRoutineId, kMeasurementRoutine);
-  EXPECT_EQ(req->submsgno, 7);
-  EXPECT_EQ(req->size, 12u);
+  const auto req = expectRequest(1);
+  EXPECT_EQ(req.dstRoutineId, kMeasurementRoutine);
+  EXPECT_EQ(req.submsgno, 7);
+  EXPECT_EQ(req.size, 12u);
   std::vector<uint8_t> body;
   put32(body, 10);
   put32(body, 20);
   put16(body, 1);
   for (uint16_t v : {8, 4, 2, 3}) put16(body, v);
   body.resize(150 - 12);
-  const Answer done = reply(1, *req, 8, body);
+  const Answer done = reply(1, req, 8, body);
   EXPECT_EQ(done.text,
             "{\"daxoId\" : 1,\"allocatedCmPoolSizeInWord\" : 10,\"totalCmPoolSizeInWord\" : "
             "20,\"blockDetails\": [\n{\"AllocatedNumberOfBlocks\": 2,\"TotalNumberOfBlocks\": "

@@ -4,35 +4,23 @@
 
 #include <stdint.h>
 
-#include <map>
-#include <set>
-#include <sstream>
 #include <vector>
 
-#include "service/signals/cm_pool_signals.h"
-#include "util/cmd/cmd_session.h"
-#include "util/mainloop/event_id.h"
+#include "service/measurements/agent_fan_out_cmd_session.h"
 
 namespace kvn {
 
-class CmPoolUsageCmdSession : public CmdSession {
+class CmPoolUsageCmdSession : public AgentFanOutCmdSession {
  public:
   // Subscribes to the lost events of the agents.
   CmPoolUsageCmdSession(std::vector<uint16_t> daxos, bool json);
 
   void start() override;
-  void handleEvent(kvntrace::EventId event) override;
 
  private:
-  void onConfirm(uint16_t daxo, const KvnCmPoolUsageCfmS* cfm, size_t msgsize);
-  void check();
+  void onLost(uint16_t daxo) override;
 
-  std::vector<uint16_t> daxos;
   bool json;
-  std::set<uint16_t> pending;  // the agents whose answer is awaited
-  std::ostringstream text;
-  uint8_t failed = 0;  // the command's result
-  std::map<kvntrace::EventId, uint16_t> lostEvents;
 };
 
 }  // namespace kvn

@@ -49,7 +49,7 @@ TEST_F(DspLoadCmdParserTest, WordsDurationAndDeploymentAreCheckedBeforeAnyAgentI
   EXPECT_EQ(command(parser, {"print", "-s", "2"}).text, "Dspload not deployed on daxo 2\n\n");
   EXPECT_EQ(command(parser, {"--help"}).result, 1);
   EXPECT_THROW(parser.parse({"print"}), DaxoMatchError) << "no -s names no agent";
-  EXPECT_FALSE(request(1)) << "nothing reached the agent";
+  EXPECT_EQ(pxm.queued(agentMailbox[1]), 0u) << "nothing reached the agent";
 }
 
 TEST_F(DspLoadCmdParserTest, MeasuringFlagFollowsStartStopAndTheAgentsEndOfMeasurement) {
@@ -59,20 +59,17 @@ TEST_F(DspLoadCmdParserTest, MeasuringFlagFollowsStartStopAndTheAgentsEndOfMeasu
   const Answer started = command(parser, {"start", "-s", "DAXO1", "-d", "2"});
   EXPECT_TRUE(r.dspLoad.measuring) << "set as the request goes out";
   EXPECT_FALSE(started.result);
-  const auto start = request(1);
-  ASSERT_TRUE(start);
-  EXPECT_EQ(start->dstRoutineId, kMeasurementRoutine);
-  EXPECT_EQ(start->submsgno, 0);
-  EXPECT_EQ(start->be32(12), 2000000u);
-  Answer done = reply(1, *start, 1);
-  EXPECT_EQ(done.text, "Measuring started on daxo 1\n");
-  EXPECT_EQ(done.result, 0);
+  const auto start = expectRequest(1);
+  EXPECT_EQ(start.dstRoutineId, kMeasurementRoutine);
+  EXPECT_EQ(start.submsgno, 0);
+  EXPECT_EQ(start.be32(12), 2000000u);
+  reply(1, start, 1);
+  EXPECT_EQ(ended(), "0: Measuring started on daxo 1\n");
 
   EXPECT_EQ(command(parser, {"start", "-s", "1"}).text, "Already measuring on daxo 1\n");
-  done = command(parser, {"print", "-s", "1"});
-  EXPECT_EQ(done.text, "Already measuring on daxo 1\n");
-  EXPECT_EQ(done.result, 1);
-  EXPECT_FALSE(request(1)) << "a refused command asks nothing";
+  command(parser, {"print", "-s", "1"});
+  EXPECT_EQ(ended(), "1: Already measuring on daxo 1\n");
+  EXPECT_EQ(pxm.queued(agentMailbox[1]), 0u) << "a refused command asks nothing";
 
   // Only the agent's own DSP load routine ends its measurement, and only with sub-message 6.
   measurementEnded(pxm.createPeer("stranger"), kMeasurementRoutine);
@@ -83,37 +80,35 @@ TEST_F(DspLoadCmdParserTest, MeasuringFlagFollowsStartStopAndTheAgentsEndOfMeasu
   EXPECT_FALSE(r.dspLoad.measuring);
 
   command(parser, {"start", "-s", "1"});
-  EXPECT_EQ(request(1)->be32(12), 3600000000u) << "the default duration";
+  EXPECT_EQ(expectRequest(1).be32(12), 3600000000u) << "the default duration";
   command(parser, {"stop", "-s", "1"});
   EXPECT_FALSE(r.dspLoad.measuring) << "cleared as the request goes out";
-  const auto stop = request(1);
-  ASSERT_TRUE(stop);
-  EXPECT_EQ(stop->submsgno, 2);
-  EXPECT_EQ(stop->size, 12u);
-  EXPECT_EQ(reply(1, *stop, 3).text, "Measuring stopped on daxo 1\n");
+  const auto stop = expectRequest(1);
+  EXPECT_EQ(stop.submsgno, 2);
+  EXPECT_EQ(stop.size, 12u);
+  EXPECT_EQ(reply(1, stop, 3).text, "Measuring stopped on daxo 1\n");
 }
 
 TEST_F(DspLoadCmdParserTest, PrintTakesOnlyTheEntriesTheConfirmHolds) {
   addMeasuringAgent(1);
   command(parser, {"snapshot", "-s", "1"});
-  auto req = request(1);
-  ASSERT_TRUE(req);
-  EXPECT_EQ(req->submsgno, 4);
-  EXPECT_EQ(req->u8(12), 1) << "snapshot";
+  auto req = expectRequest(1);
+  EXPECT_EQ(req.submsgno, 4);
+  EXPECT_EQ(req.u8(12), 1) << "snapshot";
   // No DSPs: the message still has the room of one entry.
   std::vector<uint8_t> body(34, 0);
-  EXPECT_EQ(reply(1, *req, 5, body).text,
+  EXPECT_EQ(reply(1, req, 5, body).text,
             "\nSummary:\nMeasured length           : 0 ms\nNumber of DSPs used       : 0\n\n");
 
   command(parser, {"print", "-s", "1"});
-  req = request(1);
-  EXPECT_EQ(req->u8(12), 0);
+  req = expectRequest(1);
+  EXPECT_EQ(req.u8(12), 0);
   body.clear();
   put16(body, 3);  // promises three, holds two
   put32(body, 5000);
   putEntry(body, 30, 0);
   putEntry(body, 60, 1);
-  const Answer done = reply(1, *req, 5, body);
+  const Answer done = reply(1, req, 5, body);
   EXPECT_EQ(done.result, 0);
   EXPECT_NE(done.text.find("Measured length           : 5 ms\nNumber of DSPs used       : 2\n"),
             std::string::npos)
@@ -142,8 +137,7 @@ TEST_F(DspLoadCmdParserTest, TheLossOfTheAgentEndsEachCommandWithItsText) {
     addMeasuringAgent(n).dspLoad.measuring = n == 2;
     command(c.parser, c.words);
     lose(n);
-    EXPECT_EQ(answer().text, c.text);
-    EXPECT_EQ(answer().result, 1);
+    EXPECT_EQ(ended(), std::string("1: ") + c.text);
   }
   EXPECT_TRUE(DaxoTraceModel::get(1).dspLoad.measuring)
       << "a lost agent keeps its flag until it connects again";

@@ -1,49 +1,25 @@
 #pragma once
-// What the sessions of `zomlek dspload` share: the agents of the command, the agents whose
-// answer is still awaited, the text for the operator, and the agents' lost events, all
-// subscribed at construction. A lost agent whose answer is awaited goes to `onLost`.
+// What the sessions of `zomlek dspload` add to the fan-out: switching the measurement of every
+// agent of the command on or off.
 
 #include <stdint.h>
 
-#include <functional>
-#include <map>
-#include <set>
-#include <sstream>
-#include <utility>
 #include <vector>
 
 #include "service/agents/daxo_trace_model.h"
-#include "util/cmd/cmd_session.h"
-#include "util/mainloop/event_id.h"
+#include "service/measurements/agent_fan_out_cmd_session.h"
 
 namespace kvn {
 
-class DspLoadCmdSession : public CmdSession {
- public:
-  void handleEvent(kvntrace::EventId event) override;
-
+class DspLoadCmdSession : public AgentFanOutCmdSession {
  protected:
-  explicit DspLoadCmdSession(std::vector<uint16_t> daxos);
+  using AgentFanOutCmdSession::AgentFanOutCmdSession;
 
-  // Writes the loss into `text`; `daxo` is no longer pending.
-  virtual void onLost(uint16_t daxo) = 0;
-  // Ends the command once nothing is pending: 1 when an agent was lost, else 0.
-  virtual void check();
-  // Prints `text` and ends with `result`.
-  void finish(uint8_t result);
   // Turns the measurement of every agent of the command on or off with one `Req` each (`fill`
   // sets its fields), or of none when one of them is in that state already: each such agent
-  // is named after `refusal`. Each agent is pending until its `Cfm`, named after `confirmed`.
+  // is named after `refusal`. Each agent is awaited until its `Cfm`, named after `confirmed`.
   template <typename Req, typename Cfm, typename Fill>
   void switchMeasuring(bool on, const char* refusal, const char* confirmed, Fill fill);
-
-  std::vector<uint16_t> daxos;
-  std::set<uint16_t> pending;  // the agents whose answer is awaited
-  std::ostringstream text;
-  bool lost = false;
-
- private:
-  std::map<kvntrace::EventId, uint16_t> lostEvents;
 };
 
 template <typename Req, typename Cfm, typename Fill>
@@ -64,14 +40,9 @@ void DspLoadCmdSession::switchMeasuring(bool on, const char* refusal, const char
     auto& dspLoad = DaxoTraceModel::get(n).dspLoad;
     Req* msg = dspLoad.proxy->template make<Req>();
     fill(*msg);
-    std::function<void(Cfm*&, size_t)> onCfm = [this, n, confirmed](Cfm*&, size_t) {
-      if (pending.erase(n) == 0) return;
-      text << confirmed << n << "\n";
-      check();
-    };
-    dspLoad.proxy->send(msg, getKillableCallback(std::move(onCfm)));
+    ask<Cfm>(n, *dspLoad.proxy, msg,
+             [this, n, confirmed](const Cfm&, size_t) { text << confirmed << n << "\n"; });
     dspLoad.measuring = on;
-    pending.insert(n);
   }
 }
 

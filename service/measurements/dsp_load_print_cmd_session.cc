@@ -1,6 +1,5 @@
 #include "service/measurements/dsp_load_print_cmd_session.h"
 
-#include <functional>
 #include <utility>
 
 #include "service/agents/daxo_trace_model.h"
@@ -25,10 +24,9 @@ void DspLoadPrintCmdSession::start() {
     auto* msg = dspLoad.proxy->make<KvnDspLoadPrintReqS>();
     msg->snapshot = snapshot ? 1 : 0;
     msg->padding = 0;
-    std::function<void(KvnDspLoadPrintCfmS*&, size_t)> onCfm =
-        [this, n](KvnDspLoadPrintCfmS*& cfm, size_t msgsize) { onConfirm(n, cfm, msgsize); };
-    dspLoad.proxy->send(msg, getKillableCallback(std::move(onCfm)));
-    pending.insert(n);
+    ask<KvnDspLoadPrintCfmS>(
+        n, *dspLoad.proxy, msg,
+        [this, n](const KvnDspLoadPrintCfmS& cfm, size_t msgsize) { onConfirm(n, &cfm, msgsize); });
   }
 }
 
@@ -36,11 +34,9 @@ void DspLoadPrintCmdSession::onConfirm(uint16_t daxo, const KvnDspLoadPrintCfmS*
                                        size_t msgsize) {
   KVNTRACE_ASSERT_TEXT(msgsize >= sizeof(KvnDspLoadPrintCfmS),
                        "msgsize >= sizeof(KvnDspLoadPrintCfmS)");
-  if (pending.erase(daxo) == 0) return;
   const auto action = results.emplace(daxo, DspLoadData::fromConfirm(cfm, msgsize));
   KVNTRACE_ASSERT_TEXT(action.second, "action.second");
   writeDspLoadText(text, action.first->second, !snapshot);
-  check();
 }
 
 void DspLoadPrintCmdSession::onLost(uint16_t daxo) {

@@ -1,6 +1,5 @@
 #include "service/measurements/hw_config_set_cmd_session.h"
 
-#include <functional>
 #include <utility>
 
 #include "service/agents/daxo_trace_model.h"
@@ -10,13 +9,7 @@ namespace kvn {
 
 HwConfigSetCmdSession::HwConfigSetCmdSession(std::vector<uint16_t> daxos, uint32_t value,
                                              uint16_t registerId)
-    : daxos(std::move(daxos)), value(value), registerId(registerId) {
-  for (uint16_t n : this->daxos) {
-    const kvntrace::EventId event = DaxoTraceModel::getDaxoLostEvent(n);
-    lostEvents[event] = n;
-    subscribeEvent(event);
-  }
-}
+    : AgentFanOutCmdSession(std::move(daxos)), value(value), registerId(registerId) {}
 
 void HwConfigSetCmdSession::start() {
   for (uint16_t n : daxos) {
@@ -25,35 +18,15 @@ void HwConfigSetCmdSession::start() {
     auto* req = proxy->make<KvnRttSetRegisterReqS>();
     req->registerId = registerId;
     req->value = value;
-    std::function<void(KvnRttSetRegisterCfmS*&, size_t)> onCfm = [this, n](KvnRttSetRegisterCfmS*&,
-                                                                           size_t) { onSet(n); };
-    awaited.insert(n);
-    ++pending;
-    proxy->send(req, getKillableCallback(std::move(onCfm)));
+    ask<KvnRttSetRegisterCfmS>(n, *proxy, req, [this, n](const KvnRttSetRegisterCfmS&, size_t) {
+      DaxoTraceModel::get(n).rttManager.registers[registerId] = value;
+      text << "Register set on daxo " << n << "\n";
+    });
   }
 }
 
-void HwConfigSetCmdSession::onSet(uint16_t agent) {
-  if (awaited.erase(agent) == 0) return;
-  --pending;
-  DaxoTraceModel::get(agent).rttManager.registers[registerId] = value;
-  text << "Register set on daxo " << agent << "\n";
-  endCheck();
-}
-
-void HwConfigSetCmdSession::handleEvent(kvntrace::EventId event) {
-  auto it = lostEvents.find(event);
-  if (it == lostEvents.end() || awaited.erase(it->second) == 0) return;
-  lost = true;
-  --pending;
-  text << "Fail: Register not set on daxo " << it->second << "\n";
-  endCheck();
-}
-
-void HwConfigSetCmdSession::endCheck() {
-  if (pending > 0) return;
-  print(text.str());
-  end(lost ? 1 : 0);
+void HwConfigSetCmdSession::onLost(uint16_t daxo) {
+  text << "Fail: Register not set on daxo " << daxo << "\n";
 }
 
 }  // namespace kvn

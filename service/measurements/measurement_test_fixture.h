@@ -55,11 +55,9 @@ class MeasurementTestFixture : public LogTestFixture {
     }
   }
 
-  // The next request that reached agent `n`, if any.
-  std::optional<FakePxm::Sent> request(uint16_t n) { return pxm.popSent(agentMailbox[n]); }
   // The next request that reached agent `n`; fails the test when there is none.
   FakePxm::Sent expectRequest(uint16_t n) {
-    std::optional<FakePxm::Sent> m = request(n);
+    std::optional<FakePxm::Sent> m = pxm.popSent(agentMailbox[n]);
     if (!m) {
       ADD_FAILURE() << "no request reached agent " << n;
       return {};

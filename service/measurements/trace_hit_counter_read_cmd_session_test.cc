@@ -3,12 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "base/big_endian.h"
-#include "lmc-tool/lmc_writer.h"
-#include "lmc-tool/table_blob_writer.h"
 #include "service/measurements/measurement_test_fixture.h"
 #include "service/measurements/trace_hit_counter_cmd_parser.h"
 #include "tracing/log_capture.h"
-#include "util/testing/scratch_dir.h"
 
 namespace kvn::testing {
 namespace {
@@ -25,23 +22,6 @@ struct Row {
 
 class TraceHitCounterReadTest : public MeasurementTestFixture {
  protected:
-  // Agent `n` with the trace strings `strings` in its container.
-  DaxoRecord& addAgentWithStrings(uint16_t n, const std::vector<std::string>& strings) {
-    DaxoRecord& r = addMeasuredAgent(n);
-    lmc::TableBlobWriter blob;
-    blob.addStringTable("tracestr", strings);
-    lmc::LmDefinition meta;
-    meta.identity = "dsp1_META";
-    meta.compression = 1;
-    meta.content = blob.build();
-    lmc::LmcWriter writer;
-    writer.addModule(meta);
-    r.lmcPath = dir.file("agent" + std::to_string(n) + ".lmc");
-    writer.writeFile(r.lmcPath);
-    r.loadModuleName = "dsp1";
-    return r;
-  }
-
   void answerInfo(uint16_t n, uint32_t entries, uint32_t droppedHits = 0,
                   uint32_t droppedStrids = 0) {
     const FakePxm::Sent req = expectRequest(n);
@@ -69,14 +49,14 @@ class TraceHitCounterReadTest : public MeasurementTestFixture {
   }
 
   TraceHitCounterCmdParser parser;
-  kvn::testing::ScratchDir dir;
 };
 
 TEST_F(TraceHitCounterReadTest, ReadsOneAgentAfterTheOtherOnePieceAtATime) {
-  DaxoRecord& one = addAgentWithStrings(1, {"grant %d of %u", "no args %s", "third"});
+  // The trace strings of a container: e2e MeasurementCommandsTest.HitCounterTablePrints...
+  DaxoRecord& one = addMeasuredAgent(1);
   one.uTraceIndex[2] = 0;
   one.uTracePoints.push_back({"ulScheduler.grant", 2, true, true});
-  addAgentWithStrings(2, {});
+  addMeasuredAgent(2);
   log::LogCapture logs;
   command(parser, {"read", "*"});
   EXPECT_TRUE(one.traceHitCounter.inUse);
@@ -104,13 +84,13 @@ TEST_F(TraceHitCounterReadTest, ReadsOneAgentAfterTheOtherOnePieceAtATime) {
   EXPECT_EQ(first.rfind("snid = 1\nTrace hit counter table:\n", 0), 0u) << first;
   EXPECT_NE(first.find("=======\n\n"
                        "0       10         1           2           5           6           0    "
-                       "       TRACEGRP_ERROR         grant 5 of 6\n"
+                       "       TRACEGRP_ERROR         Invalid strid: 0\n"
                        "-25536  1          3           4           0           0           0    "
                        "       UNKNOWN_GROUP          Invalid strid: 40000\n"
                        "1       2          5           6           57005       0           0    "
-                       "       TRACEGRP_INFO          no args %s\n"
+                       "       TRACEGRP_INFO          Invalid strid: 1\n"
                        "2       3          7           8           0           0           0    "
-                       "       ulScheduler.grant      third\n"
+                       "       ulScheduler.grant      Invalid strid: 2\n"
                        "\n\nWarning: Since start 7 trace hits have been dropped due to buffer "
                        "overflow in small buffer\n"
                        "\n\nWarning: Since start 9 unique strid counter instances have been "
@@ -130,9 +110,7 @@ TEST_F(TraceHitCounterReadTest, LossEndsTheCommandWithWhatWasCollected) {
   lose(2);
   EXPECT_FALSE(answer().result);
   answerInfo(1, 1);
-  Answer a = answer();
-  EXPECT_EQ(a.text, "Could not get trace hit counter info due to loss of daxo 2\n");
-  EXPECT_EQ(a.result, 1);
+  EXPECT_EQ(ended(), "1: Could not get trace hit counter info due to loss of daxo 2\n");
   EXPECT_EQ(pxm.queued(agentMailbox[1]), 0u);
   EXPECT_FALSE(DaxoTraceModel::get(1).traceHitCounter.inUse);
 
@@ -143,9 +121,7 @@ TEST_F(TraceHitCounterReadTest, LossEndsTheCommandWithWhatWasCollected) {
   answerInfo(2, 1);
   expectRequest(1);
   lose(2);
-  a = answer();
-  EXPECT_EQ(a.text, "Lost daxo 2 while retrieving trace hit table\n");
-  EXPECT_EQ(a.result, 1);
+  EXPECT_EQ(ended(), "1: Lost daxo 2 while retrieving trace hit table\n");
   EXPECT_FALSE(DaxoTraceModel::get(1).traceHitCounter.inUse);
 }
 

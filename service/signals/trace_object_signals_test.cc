@@ -85,10 +85,4 @@ TEST(TraceObjectSignalsTest, InjectedTextArrivesInItsOwnOrder) {
   EXPECT_EQ(std::memcmp(buf.bytes.data() + 14, "abcd", 4), 0);
 }
 
-TEST(TraceObjectSignalsTest, Names) {
-  EXPECT_EQ(KvnTraceObjectSetMaskReqS::name(), "KVN_TRACEOBJECT_SETMASK_REQ");
-  EXPECT_EQ(KvnTraceObjectSetMaskCfmS::name(), "KVN_TRACEOBJECT_SETMASK_CFM");
-  EXPECT_EQ(KvnTraceObjectInjectManualTraceUreqS::name(), "KVN_TRACEOBJECT_INJECT_UREQ");
-}
-
 }  // namespace

@@ -1,5 +1,7 @@
 #include "service/tracecontrol/log_cmd_parser.h"
 
+#include <stdio.h>
+
 #include <gtest/gtest.h>
 
 #include "service/agents/daxo_match_error.h"
@@ -10,38 +12,36 @@
 namespace kvn {
 namespace {
 
-// Records what the parser asks for instead of making sessions.
+// Tells what the parser asked for instead of making sessions: the kind, the agents in
+// brackets, then the names.
 class RecordingFactory : public LogSessionFactory {
  public:
   std::shared_ptr<CmdSession> createToggleSession(const std::vector<uint16_t>& a,
                                                   const std::vector<std::string>& n, bool e,
                                                   bool v) override {
-    agents = a;
-    names = n;
-    enable = e;
-    verbose = v;
-    kind = "toggle";
-    return std::make_shared<OutputCmdSession>("", 0);
+    return record(std::string(e ? "enable" : "disable") + (v ? " verbose" : ""), a, n);
   }
   std::shared_ptr<CmdSession> createResetSession(const std::vector<uint16_t>& a) override {
-    agents = a;
-    kind = "reset";
-    return std::make_shared<OutputCmdSession>("", 0);
+    return record("reset", a, {});
   }
   std::shared_ptr<CmdSession> createResetSession(const std::vector<uint16_t>& a,
                                                  const std::string& n, uint32_t m) override {
-    agents = a;
-    names = {n};
-    mask = m;
-    kind = "reset named";
+    char mask[16];
+    snprintf(mask, sizeof mask, "%#x", m);
+    return record(std::string("reset ") + mask, a, {n});
+  }
+  std::string last;
+
+ private:
+  std::shared_ptr<CmdSession> record(std::string what, const std::vector<uint16_t>& agents,
+                                     const std::vector<std::string>& names) {
+    for (size_t i = 0; i < agents.size(); ++i)
+      what += (i == 0 ? " [" : " ") + std::to_string(agents[i]);
+    what += "]";
+    for (const std::string& n : names) what += " " + n;
+    last = what;
     return std::make_shared<OutputCmdSession>("", 0);
   }
-  std::string kind;
-  std::vector<uint16_t> agents;
-  std::vector<std::string> names;
-  bool enable = false;
-  bool verbose = false;
-  uint32_t mask = 0;
 };
 
 class LogCmdParserTest : public kvn::testing::LogTestFixture {
@@ -62,6 +62,12 @@ class LogCmdParserTest : public kvn::testing::LogTestFixture {
     if (!out) return {"<session>", -1};
     return {out->getText(), out->getResult()};
   }
+  // What the parser asked the factory for.
+  std::string parsed(const std::vector<std::string>& args) {
+    factory->last.clear();
+    parser.parse(args);
+    return factory->last;
+  }
   std::string error(const std::string& text) {
     return "error\n" + text + "\n" + parser.usageText() + "\n";
   }
@@ -80,27 +86,17 @@ TEST_F(LogCmdParserTest, FirstWordMustBeACommandBeforeAnyOption) {
 
 TEST_F(LogCmdParserTest, EnableAndDisableWords) {
   EXPECT_EQ(answerOf({"enable", "1"}), std::make_pair(error("Error - Missing parameters"), 1));
-  parser.parse({"e", "1", "obj", "info", "error", "-v"});
-  EXPECT_EQ(factory->kind, "toggle");
-  EXPECT_EQ(factory->names, (std::vector<std::string>{"obj.info", "obj.error"}));
-  EXPECT_TRUE(factory->enable);
-  EXPECT_TRUE(factory->verbose);
-  parser.parse({"d", "*", "utp.1"});
-  EXPECT_EQ(factory->names, std::vector<std::string>{"utp.1"});
-  EXPECT_EQ(factory->agents, (std::vector<uint16_t>{1, 2}));
-  EXPECT_FALSE(factory->enable);
+  EXPECT_EQ(parsed({"e", "1", "obj", "info", "error", "-v"}),
+            "enable verbose [1] obj.info obj.error");
+  EXPECT_EQ(parsed({"d", "*", "utp.1"}), "disable [1 2] utp.1");
   EXPECT_THROW(parser.parse({"enable", "NOSUCH", "obj"}), DaxoMatchError);
 }
 
 TEST_F(LogCmdParserTest, AgentsWithoutTheObjectServiceTakeOnlyUtracePointsAndProfiles) {
   EXPECT_EQ(answerOf({"enable", "*", "obj"}),
             std::make_pair(error("All daxos do not support log command in TC2.0"), 1));
-  factory->kind.clear();
-  parser.parse({"enable", "*", "utp", "1"});
-  EXPECT_EQ(factory->kind, "toggle");
-  factory->kind.clear();
-  parser.parse({"enable", "*", "DefaultProfile"});
-  EXPECT_EQ(factory->kind, "toggle");
+  EXPECT_EQ(parsed({"enable", "*", "utp", "1"}), "enable [1 2] utp.1");
+  EXPECT_EQ(parsed({"enable", "*", "DefaultProfile"}), "enable [1 2] DefaultProfile");
 }
 
 TEST_F(LogCmdParserTest, StatusSaveAndListDuplicateObjects) {
@@ -126,19 +122,14 @@ TEST_F(LogCmdParserTest, StatusSaveAndListDuplicateObjects) {
 TEST_F(LogCmdParserTest, ResetForms) {
   EXPECT_EQ(answerOf({"reset"}),
             std::make_pair(error("zorf log reset is not supported in this build.\n"), 1));
-  parser.parse({"r", "1"});
-  EXPECT_EQ(factory->kind, "reset");
-  parser.parse({"reset", "1", "obj"});
-  EXPECT_EQ(factory->kind, "reset named");
-  EXPECT_EQ(factory->mask, 0x3FFFFFu);
-  parser.parse({"reset", "1", "obj", "info", "check"});
-  EXPECT_EQ(factory->mask, 0x11u);
-  parser.parse({"reset", "1", "obj", "all", "nosuch"});  // "all" ends the list
-  EXPECT_EQ(factory->mask, 0x3FFFFFu);
+  EXPECT_EQ(parsed({"r", "1"}), "reset [1]");
+  EXPECT_EQ(parsed({"reset", "1", ""}), "reset [1]");
+  EXPECT_EQ(parsed({"reset", "1", "obj"}), "reset 0x3fffff [1] obj");
+  EXPECT_EQ(parsed({"reset", "1", "obj", "info", "check"}), "reset 0x11 [1] obj");
+  EXPECT_EQ(parsed({"reset", "1", "obj", "all", "nosuch"}),
+            "reset 0x3fffff [1] obj");  // "all" ends it
   EXPECT_EQ(answerOf({"reset", "1", "obj", "info", "nosuch"}),
             std::make_pair(error("Error - Invalid trace group nosuch"), 1));
-  parser.parse({"reset", "1", ""});
-  EXPECT_EQ(factory->kind, "reset");
 }
 
 }  // namespace

@@ -39,8 +39,7 @@ TEST_F(LogResetCmdSessionTest, WholeAgentResetLeavesOnlyTheDefaultProfileAndSend
   EXPECT_EQ(mask(1, "obj"), kDefault);
   EXPECT_EQ(mask(1, "other"), kDefault);
   EXPECT_FALSE(DaxoTraceModel::get(1).traceToggler->overrides().utrace(0).changed);
-  EXPECT_EQ(answer().text, "ok\n");
-  EXPECT_EQ(answer().result, 0);
+  EXPECT_EQ(ended(), "0: ok\n");
 }
 
 TEST_F(LogResetCmdSessionTest, NamedResetForgetsOnlyTheGroupsGivenAndNeedsAnObjectName) {
@@ -49,23 +48,21 @@ TEST_F(LogResetCmdSessionTest, NamedResetForgetsOnlyTheGroupsGivenAndNeedsAnObje
   ASSERT_EQ(requests.size(), 1u);
   ASSERT_EQ(requests[0].masks.size(), 1u);
   EXPECT_EQ(requests[0].masks[0].mask, kCheck | kInfo | kInterface);
-  EXPECT_EQ(answer().text, "ok\n");
+  EXPECT_EQ(ended(), "0: ok\n");
 
   reset("obj.info", kCheck);
-  EXPECT_EQ(answer().text, "error\nInvalid trace object name: obj.info\n");
-  EXPECT_EQ(answer().result, 1);
+  EXPECT_EQ(ended(), "1: error\nInvalid trace object name: obj.info\n");
 }
 
 TEST_F(LogResetCmdSessionTest, NothingToChangeAnswersAtOnceAndALostAgentFails) {
   reset("other", kCheck);
   EXPECT_TRUE(takeRequests(1).empty());
-  EXPECT_EQ(answer().text, "ok\n");
+  EXPECT_EQ(ended(), "0: ok\n");
 
   reset("", 0);
-  EXPECT_FALSE(answer().result.has_value());
+  EXPECT_EQ(ended(), "running: ");
   lose(1);
-  EXPECT_EQ(answer().text, "error\nFail: Mask not set on daxo 1\n");
-  EXPECT_EQ(answer().result, 1);
+  EXPECT_EQ(ended(), "1: error\nFail: Mask not set on daxo 1\n");
 }
 
 }  // namespace

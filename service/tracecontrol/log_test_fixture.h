@@ -168,6 +168,12 @@ class LogTestFixture : public CmdLayerTestBase {
     run();
   }
 
+  // How the command ended: its result and its text; "running" and the text while it runs.
+  std::string ended() {
+    const Answer a = answer();
+    return (a.result ? std::to_string(*a.result) : std::string("running")) + ": " + a.text;
+  }
+
   std::map<uint16_t, pxm_mbox_id_t> agentMailbox;
 };
 

@@ -2,24 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tracetables/trace_group_table.h"
-
 namespace kvn {
 namespace {
-
-TEST(TraceGroupTableTest, NamesBitsAndAll) {
-  EXPECT_EQ(TraceGroupTable::count(), 22u);
-  EXPECT_EQ(TraceGroupTable::indexOf("check"), 0);
-  EXPECT_EQ(TraceGroupTable::indexOf("trace_obj"), 21);
-  EXPECT_EQ(TraceGroupTable::indexOf("Check"), -1);
-  EXPECT_EQ(TraceGroupTable::indexOf("all"), -1);
-  EXPECT_EQ(TraceGroupTable::bitOf("info"), 1u << 4);
-  EXPECT_EQ(TraceGroupTable::bitOf("all"), 0x3FFFFFu);
-  EXPECT_EQ(TraceGroupTable::bitOf("nosuch"), 0u);
-  EXPECT_EQ(TraceGroupTable::bit(21), 1u << 21);
-  EXPECT_EQ(TraceGroupTable::bit(32), 0u);
-  EXPECT_STREQ(TraceGroupTable::name(14), "state_change");
-}
 
 TEST(ManualTraceOverridesTest, SetKeepsOtherBitsAndForgetKeepsDirectionInert) {
   ManualTraceOverrides o;

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "service/agents/daxo_match_error.h"
 #include "service/tracecontrol/log_test_fixture.h"
 #include "service/tracecontrol/profile_list_cmd_session.h"
 
@@ -38,14 +37,12 @@ class ProfileCmdParserTest : public kvn::testing::LogTestFixture {
   ProfileCmdParser parser;
 };
 
-// The verbose table and a single agent's list: e2e ProfileCommandTest.
+// The verbose table, a pattern, an unknown name and no agent at all: e2e ProfileCommandTest.
 TEST_F(ProfileCmdParserTest, ListsTheFirstServingAgentsProfilesInOrder) {
   addAgents();
   EXPECT_EQ(run({"list"}), std::make_pair(std::string("Profiles:\nDefaultProfile\nSched2\n"
                                                       "Scheduling\n"),
                                           0));
-  EXPECT_EQ(run({"list", "Sched*"}).first, "Profiles:\nSched2\nScheduling\n");
-  EXPECT_EQ(run({"list", "DefaultProfile"}).first, "Profiles:\nDefaultProfile\n");
 }
 
 TEST_F(ProfileCmdParserTest, WrongWordsAreAnsweredWithTheHelp) {
@@ -54,13 +51,11 @@ TEST_F(ProfileCmdParserTest, WrongWordsAreAnsweredWithTheHelp) {
   EXPECT_EQ(run({}), std::make_pair("No action specified\n" + help, 1));
   EXPECT_EQ(run({"show"}), std::make_pair("Unknown command show\n" + help, 1));
   EXPECT_EQ(run({"list", "a", "b"}), std::make_pair("Too many arguments for list\n" + help, 1));
-  EXPECT_EQ(run({"list", "x"}), std::make_pair("Could not find profile with name x\n" + help, 1));
   EXPECT_EQ(run({"list", "--bogus"}).second, 1);
   EXPECT_EQ(run({"-h"}), std::make_pair(help + "\n", 0));
 }
 
 TEST_F(ProfileCmdParserTest, NeedsAnAgentWithTheTraceObjectFunction) {
-  EXPECT_THROW(parser.parse({"list"}), DaxoMatchError);  // nothing connected at all
   Agent a;
   a.objectService = false;
   addAgent(1, a);

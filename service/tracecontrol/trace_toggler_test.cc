@@ -7,6 +7,7 @@
 namespace kvn {
 namespace {
 
+// A lone utrace point and a profile: LogToggleCmdSessionTest.
 class TraceTogglerTest : public kvn::testing::LogTestFixture {
  protected:
   void SetUp() override {
@@ -15,7 +16,7 @@ class TraceTogglerTest : public kvn::testing::LogTestFixture {
     // "dup" is an object, a utrace point and a profile at once; "x.info" both an object's
     // group and a utrace point.
     a.objects = {"dup", "x", "a.b"};
-    a.points = {{"dup", 1, false}, {"x.info", 2, false}, {"lone", 3, false}};
+    a.points = {{"dup", 1, false}, {"x.info", 2, false}};
     a.profiles["dup"] = {"*;*;x.trace9"};
     a.profiles["Prof"] = {"*;*;x.trace8"};
     addAgent(1, a);
@@ -57,19 +58,6 @@ TEST_F(TraceTogglerTest, ObjectNamesWithDotsAndUnknownNames) {
             "The following traces/profiles are not applicable on daxo 1:\n  x.bogus\n");
   EXPECT_EQ(mask(1, "a.b"), 0u);
   EXPECT_TRUE(takeRequests(1).empty());
-}
-
-TEST_F(TraceTogglerTest, UtracePointsAndProfilesWhenNoObjectMatches) {
-  toggle({"lone"}, true);
-  auto requests = confirmAll(1);
-  ASSERT_EQ(requests.size(), 1u);
-  EXPECT_EQ(requests[0].routine, kUtraceRoutine);
-  EXPECT_TRUE(DaxoTraceModel::get(1).uTracePoints[2].enabled);
-
-  toggle({"Prof"}, true);
-  requests = confirmAll(1);
-  EXPECT_EQ(requests.size(), 2u);
-  EXPECT_EQ(mask(1, "x") & 1u << 12, 1u << 12);
 }
 
 TEST_F(TraceTogglerTest, DisableCheckNamesTheFirstProfileNotEnabled) {

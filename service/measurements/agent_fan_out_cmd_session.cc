@@ -1,4 +1,4 @@
-#include "service/measurements/dsp_load_cmd_session.h"
+#include "service/measurements/agent_fan_out_cmd_session.h"
 
 #include <utility>
 
@@ -6,7 +6,8 @@
 
 namespace kvn {
 
-DspLoadCmdSession::DspLoadCmdSession(std::vector<uint16_t> daxos) : daxos(std::move(daxos)) {
+AgentFanOutCmdSession::AgentFanOutCmdSession(std::vector<uint16_t> daxos)
+    : daxos(std::move(daxos)) {
   for (uint16_t n : this->daxos) {
     const kvntrace::EventId event = DaxoTraceModel::getDaxoLostEvent(n);
     lostEvents[event] = n;
@@ -14,7 +15,7 @@ DspLoadCmdSession::DspLoadCmdSession(std::vector<uint16_t> daxos) : daxos(std::m
   }
 }
 
-void DspLoadCmdSession::handleEvent(kvntrace::EventId event) {
+void AgentFanOutCmdSession::handleEvent(kvntrace::EventId event) {
   auto it = lostEvents.find(event);
   if (it == lostEvents.end() || pending.erase(it->second) == 0) return;
   lost = true;
@@ -22,11 +23,11 @@ void DspLoadCmdSession::handleEvent(kvntrace::EventId event) {
   check();
 }
 
-void DspLoadCmdSession::check() {
+void AgentFanOutCmdSession::check() {
   if (pending.empty()) finish(lost ? 1 : 0);
 }
 
-void DspLoadCmdSession::finish(uint8_t result) {
+void AgentFanOutCmdSession::finish(uint8_t result) {
   print(text.str());
   end(result);
 }
