@@ -179,9 +179,6 @@ TEST_F(CommandRunnerTest, RefusalsHaveTheirOwnStatuses) {
   mbox_.refuse(1);
   EXPECT_EQ(run(), kExitRefusedVersion);
   EXPECT_THAT(notes_.back(), HasSubstr("bad protocol version (reason 1)"));
-  mbox_.refuse(2);
-  EXPECT_EQ(run(), kExitRefusedNotImplemented);
-  EXPECT_THAT(notes_.back(), HasSubstr("command not implemented (reason 2)"));
   mbox_.refuse(9);
   EXPECT_EQ(run(), kExitProtocolError);
   EXPECT_TRUE(mbox_.sentOf(kAbortInd).empty());

@@ -3,7 +3,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -49,20 +48,6 @@ TEST_F(OutputFileTest, FailureKeepsTheTargetAndThePartialData) {
   EXPECT_EQ(f.close(false, &error_), path_ + ".partial");
   EXPECT_EQ(slurp(path_), "old");
   EXPECT_EQ(slurp(path_ + ".partial"), "ab");
-}
-
-// A dump's chunks are gathered before they are written; all of them, in order, reach the file.
-TEST_F(OutputFileTest, ManyChunksArriveWholeAndInOrder) {
-  OutputFile f(path_);
-  std::string all;
-  for (int i = 0; i < 100; ++i) {
-    const std::string chunk(2048 + i % 3, static_cast<char>('a' + i % 26));
-    ASSERT_TRUE(write(f, chunk));
-    all += chunk;
-  }
-  EXPECT_EQ(f.bytes(), all.size());
-  ASSERT_EQ(f.close(true, &error_), path_);
-  EXPECT_EQ(slurp(path_), all);
 }
 
 TEST_F(OutputFileTest, NothingWrittenTouchesNothing) {

@@ -91,8 +91,8 @@ class NameServerTest : public ::testing::Test {
   uint32_t a_ = 0, b_ = 0, watcher_ = 0;
 };
 
-// Subscriptions that hear of earlier and later publications and of withdrawals, through the
-// library and the hub: NsTest.SubscriptionBeforeAndAfterPublicationAndAKilledPublisher.
+// Subscriptions that hear of earlier and later publications, through the library and the hub:
+// NsTest.SubscriptionBeforeAndAfterPublicationAndUnsubscribed; of withdrawals: NamesHandoverTest.
 TEST_F(NameServerTest, OnlyTheOwnerActsAndBadTextsAreRefused) {
   EXPECT_EQ(ns_.publish(2, a_, "kvn", ""), uint32_t{NS_BAD_ARGUMENT}) << "another's mailbox";
   EXPECT_EQ(ns_.publish(1, 999, "kvn", ""), uint32_t{NS_BAD_ARGUMENT}) << "no such mailbox";
