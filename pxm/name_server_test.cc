@@ -121,10 +121,7 @@ TEST_F(NameServerTest, MalformedFramesAreRefusedAndWellFormedOnesAnswered) {
   EXPECT_TRUE(ns_.handle(1, kNsPublish, good.data(), good.size(), &answer));
   EXPECT_EQ(answer.value, uint32_t{NS_OK});
 
-  std::string overlong = good;
-  const uint32_t huge = 0xFFFFFFF0u;  // a length far past the end
-  std::memcpy(&overlong[4], &huge, 4);
-  EXPECT_FALSE(ns_.handle(1, kNsPublish, overlong.data(), overlong.size(), &answer));
+  // A length far past the end: NsTest.MalformedRequestsCutOffTheSenderAndTheHubGoesOn.
   EXPECT_FALSE(ns_.handle(1, kNsPublish, good.data(), 6, &answer)) << "cut short";
   EXPECT_FALSE(ns_.handle(1, kNsUnsubscribe, good.data(), 7, &answer));
   EXPECT_FALSE(ns_.handle(1, kNsList, good.data(), 1, &answer));

@@ -163,19 +163,17 @@ TEST_F(TraceLmcReaderTest, ProfileModuleIsExtractedOnceAndKept) {
   EXPECT_EQ(countPrefix("Open mapped file: "), 1);
 }
 
-TEST_F(TraceLmcReaderTest, MissingProfileModuleIsLookedForOnce) {
+TEST_F(TraceLmcReaderTest, MissingProfileModuleIsLookedForOnceAndTheDefaultNeedsNone) {
   TraceLmcReader reader(container({tableModule("daxo_META", metadata({"1", "2", "3"}))}));
   EXPECT_EQ(reader.getProfileNames(), (Strings{"DefaultProfile"}));
   EXPECT_TRUE(reader.getProfile("Basic").empty());
   EXPECT_TRUE(reader.getProfile("Other").empty());
   EXPECT_EQ(countPrefix("Open mapped file: "), 1);
   EXPECT_EQ(cap.count(Level::Info, "Failed retrieving LM with identity bbDiagProfiles in LMC"), 3);
-}
-
-TEST_F(TraceLmcReaderTest, DefaultProfileNeedsNoFile) {
-  TraceLmcReader reader(dir.file("none.lmc"));
-  EXPECT_EQ(reader.getProfile("DefaultProfile").size(), 4u);
-  EXPECT_EQ(reader.getProfileNames(), (Strings{"DefaultProfile"}));
+  // The default profile needs no file at all.
+  TraceLmcReader none(dir.file("none.lmc"));
+  EXPECT_EQ(none.getProfile("DefaultProfile").size(), 4u);
+  EXPECT_EQ(none.getProfileNames(), (Strings{"DefaultProfile"}));
 }
 
 }  // namespace
