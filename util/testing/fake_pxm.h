@@ -117,11 +117,6 @@ class FakePxm : public hkm::PXMInterface {
     pxm_mbox_id_t watcher;
     pxm_msg* msg;  // null: the library's own message is sent
   };
-  struct PendingLocate {
-    std::string name;
-    pxm_msg* msg;
-    pxm_mbox_id_t to;
-  };
 
   pxm_mbox_id_t newMailbox(const std::string& name);
   void deliver(pxm_msg* msg, pxm_mbox_id_t to, pxm_mbox_id_t from);
@@ -132,7 +127,6 @@ class FakePxm : public hkm::PXMInterface {
   pxm_mbox_id_t own_ = PXM_NO_MBOX;
   std::map<pxm_mbox_id_t, Mailbox> mailboxes_;
   std::map<pxm_monitor_id_t, Monitor> monitors_;
-  std::vector<PendingLocate> pendingLocates_;
   std::set<pxm_msg*> live_;
   std::function<void()> idleHook_;
   std::vector<uint32_t> receiveTimeouts_;
