@@ -184,16 +184,14 @@ TEST_F(CommandRunnerTest, RefusalsHaveTheirOwnStatuses) {
   EXPECT_TRUE(mbox_.sentOf(kAbortInd).empty());
 }
 
-TEST_F(CommandRunnerTest, ServiceDeathEndsTheWait) {
+TEST_F(CommandRunnerTest, ServiceDeathOrLossEndsTheWait) {
   mbox_.accept();
   mbox_.text(401, "partial");
   mbox_.gone();
   EXPECT_EQ(run(), kExitServiceGone);
   EXPECT_EQ(output(), "partial");
   EXPECT_THAT(notes_.back(), HasSubstr("went away"));
-}
 
-TEST_F(CommandRunnerTest, ServiceNoLongerFoundEndsTheWait) {
   mbox_.accept();
   mbox_.located = kNoMailbox;  // the hub went away, and the watch with it
   EXPECT_EQ(run(), kExitServiceGone);
