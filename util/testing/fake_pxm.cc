@@ -159,8 +159,8 @@ pxm_msg* FakePxm::receive(const uint32_t* filter, uint32_t timeoutMs, pxm_mbox_i
   return msg;
 }
 
-// Nothing that runs on the fake locates asynchronously (only the simulators and the shell do,
-// on the real library): a test that starts to needs the waiting added here first.
+// Only the simulators locate asynchronously, on the real library; a test that needs it here
+// adds the waiting for the name first.
 void FakePxm::locate_async(const char*, pxm_msg**, pxm_mbox_id_t) { std::abort(); }
 
 pxm_mbox_id_t FakePxm::locate(const char* name) {

@@ -61,6 +61,7 @@ class FakePxm : public hkm::PXMInterface {
   pxm_mbox_id_t receiver(pxm_msg* msg) override;
   size_t size(pxm_msg* msg) override;
   bool setsize(pxm_msg* msg, size_t size) override;
+  // Aborts: nothing that runs on the fake locates asynchronously.
   void locate_async(const char* name, pxm_msg** msg, pxm_mbox_id_t from) override;
   pxm_mbox_id_t locate(const char* name) override;
   bool get_name(pxm_mbox_id_t mbox, char* buffer, uint32_t size) override;
