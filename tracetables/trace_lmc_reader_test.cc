@@ -92,10 +92,7 @@ TEST_F(TraceLmcReaderTest, TraceIdsStopAtTheFirstThatDoesNotConvert) {
   TraceLmcReader reader(container({tableModule("a_META", metadata({"10", "11", "x12"})),
                                    tableModule("b_META", metadata({"1", "3000000000", "2"}))}));
   EXPECT_EQ(reader.getStrIdToTraceId("a"), (std::vector<int32_t>{10, 11}));
-  EXPECT_EQ(
-      cap.count(Level::Error, "Exception 'stol' when transforming 3 traceId strings to integers"),
-      1);
-  EXPECT_EQ(reader.getStrIdToTraceId("b"), (std::vector<int32_t>{1}));
+  EXPECT_EQ(reader.getStrIdToTraceId("b"), (std::vector<int32_t>{1}));  // out of range
   EXPECT_EQ(
       cap.count(Level::Error, "Exception 'stol' when transforming 3 traceId strings to integers"),
       2);
