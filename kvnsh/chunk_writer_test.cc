@@ -3,10 +3,6 @@
 
 #include <gtest/gtest.h>
 #include <stdio.h>
-#include <stdlib.h>
-
-#include <fstream>
-#include <sstream>
 
 namespace kvnsh {
 namespace {
@@ -48,22 +44,6 @@ TEST(ChunkWriterTest, BinaryGoesToTheFileAndTextStaysOnTheTerminal) {
   EXPECT_EQ(slurp(f), "ok\n");
   EXPECT_EQ(note, "6 bytes of binary output written to " + dir.file("d.bin"));
   EXPECT_EQ(dir.read(dir.file("d.bin")), std::string("LPP\n\0\1", 6));
-  fclose(f);
-}
-
-TEST(ChunkWriterTest, ADumpPutsEveryStreamIntoTheFile) {
-  const kvn::testing::ScratchDir dir;
-  OutputFile file(dir.file("d.bin"));
-  FILE* f = tmpfile();
-  ChunkWriter w(fileno(f), &file);
-  w.setDump(nullptr);
-  ASSERT_TRUE(w.write(0, bytes("LPP\n"), 4));
-  ASSERT_TRUE(w.write(0, bytes("\0\1"), 2));
-  ASSERT_TRUE(w.write(1, bytes("\2"), 1));
-  std::string note;
-  ASSERT_TRUE(w.finish(true, &note));
-  EXPECT_EQ(slurp(f), "");
-  EXPECT_EQ(dir.read(dir.file("d.bin")), std::string("LPP\n\0\1\2", 7));
   fclose(f);
 }
 

@@ -28,14 +28,6 @@ Parsed parse(std::vector<const char*> argv, std::map<std::string, std::string> e
   return p;
 }
 
-TEST(ShellOptionsTest, LinkNameIsTheRootAndEveryArgumentAWord) {
-  Parsed p = parse({"/usr/bin/zoth", "-h", "--service", "x"});
-  ASSERT_TRUE(p.ok);
-  EXPECT_THAT(p.options.words, ElementsAre("zoth", "-h", "--service", "x"));
-  EXPECT_FALSE(p.options.help);
-  EXPECT_EQ(p.options.service, "kvn-tracecontroller");
-}
-
 TEST(ShellOptionsTest, OptionsStopAtTheFirstWord) {
   Parsed p = parse({"kvnsh", "-s", "svc", "--namespace=ns", "--output", "f.bin", "zorf", "--help"});
   ASSERT_TRUE(p.ok) << p.error;

@@ -25,12 +25,6 @@ TEST(Crc16, WithTwoZeroBytesAppendedIsXmodem) {
   EXPECT_EQ(crcOf(msg, 11), 0x31C3);  // CRC-16/XMODEM check value
 }
 
-TEST(Crc16, TableIsMsbFirstOf0x1021) {
-  EXPECT_EQ(KvnCpmCommon_crc::crc16Table[0], 0x0000);
-  EXPECT_EQ(KvnCpmCommon_crc::crc16Table[1], 0x1021);
-  EXPECT_EQ(KvnCpmCommon_crc::crc16Table[255], 0x1EF0);
-}
-
 TEST(Crc16, InitialValueContinuesARun) {
   const char* msg = "load module container";
   const size_t n = std::strlen(msg);

@@ -346,15 +346,6 @@ TEST_F(LmcTest, NothingIsReadPastTheEndOfTheFile) {
                       "LM a data of 2000 bytes reaches past the end of the LMC, 118 bytes left"));
 }
 
-TEST_F(LmcTest, VersionZeroReadsLikeVersionOne) {
-  KvnCpmCommon_lmHdlLmc lmc(containerOf({module("lm", "v0 data", 1)}, 0));
-  ASSERT_TRUE(lmc.isOpen());
-  EXPECT_EQ(lmc.getHeaderLength(), 52u);
-  std::string out;
-  ASSERT_TRUE(lmc.saveToString("lm", out, false));
-  EXPECT_EQ(out, "v0 data");
-}
-
 TEST_F(LmcTest, ModuleInitRunsOnce) {
   LmcWriter w;
   w.addModule(module("lm", "x"));

@@ -91,8 +91,8 @@ class NameServerTest : public ::testing::Test {
   uint32_t a_ = 0, b_ = 0, watcher_ = 0;
 };
 
-// Subscriptions that hear of earlier and later publications and of withdrawals, through the
-// library and the hub: NsTest.SubscriptionBeforeAndAfterPublicationAndAKilledPublisher.
+// Subscriptions that hear of earlier and later publications, through the library and the hub:
+// NsTest.SubscriptionBeforeAndAfterPublicationAndUnsubscribed; of withdrawals: NamesHandoverTest.
 TEST_F(NameServerTest, OnlyTheOwnerActsAndBadTextsAreRefused) {
   EXPECT_EQ(ns_.publish(2, a_, "kvn", ""), uint32_t{NS_BAD_ARGUMENT}) << "another's mailbox";
   EXPECT_EQ(ns_.publish(1, 999, "kvn", ""), uint32_t{NS_BAD_ARGUMENT}) << "no such mailbox";
@@ -109,11 +109,9 @@ TEST_F(NameServerTest, OnlyTheOwnerActsAndBadTextsAreRefused) {
   EXPECT_EQ(ns_.publish(1, a_, std::string("a\0b", 3), ""), uint32_t{NS_BAD_ARGUMENT});
   EXPECT_EQ(ns_.publish(1, a_, "kvn", std::string(NS_MAX_NAME + 1, 'x')),
             uint32_t{NS_BAD_ARGUMENT});
-  EXPECT_EQ(ns_.publish(1, a_, std::string(NS_MAX_NAME, '\xff'), ""), uint32_t{NS_OK})
-      << "any other bytes are a name";
   EXPECT_EQ(ns_.subscribe(3, watcher_, 1, "", "legacy"), uint32_t{NS_BAD_ARGUMENT});
   EXPECT_TRUE(out_.empty());
-  EXPECT_EQ(ns_.publicationCount(), 2u);
+  EXPECT_EQ(ns_.publicationCount(), 1u);
   EXPECT_EQ(ns_.subscriptionCount(), 1u);
 }
 
@@ -123,10 +121,7 @@ TEST_F(NameServerTest, MalformedFramesAreRefusedAndWellFormedOnesAnswered) {
   EXPECT_TRUE(ns_.handle(1, kNsPublish, good.data(), good.size(), &answer));
   EXPECT_EQ(answer.value, uint32_t{NS_OK});
 
-  std::string overlong = good;
-  const uint32_t huge = 0xFFFFFFF0u;  // a length far past the end
-  std::memcpy(&overlong[4], &huge, 4);
-  EXPECT_FALSE(ns_.handle(1, kNsPublish, overlong.data(), overlong.size(), &answer));
+  // A length far past the end: NsTest.MalformedRequestsCutOffTheSenderAndTheHubGoesOn.
   EXPECT_FALSE(ns_.handle(1, kNsPublish, good.data(), 6, &answer)) << "cut short";
   EXPECT_FALSE(ns_.handle(1, kNsUnsubscribe, good.data(), 7, &answer));
   EXPECT_FALSE(ns_.handle(1, kNsList, good.data(), 1, &answer));

@@ -42,12 +42,11 @@ TableBlobWriter metadata(const Strings& traceIds) {
 
 class TraceLmcReaderTest : public ::testing::Test {
  protected:
-  std::string container(const std::vector<LmDefinition>& modules,
-                        const std::string& name = "c.lmc") {
+  std::string container(const std::vector<LmDefinition>& modules) {
     LmcWriter w;
     for (const LmDefinition& m : modules) w.addModule(m);
-    w.writeFile(dir.file(name));
-    return dir.file(name);
+    w.writeFile(dir.file("c.lmc"));
+    return dir.file("c.lmc");
   }
   int countPrefix(const std::string& prefix) const {
     int n = 0;
@@ -58,23 +57,6 @@ class TraceLmcReaderTest : public ::testing::Test {
   ScratchDir dir;
   LogCapture cap;
 };
-
-TEST_F(TraceLmcReaderTest, ReadsTheTablesOfTheMetadataModule) {
-  TraceLmcReader reader(container({tableModule("daxo_META", metadata({"100", "101", "-7"}))}));
-  EXPECT_EQ(reader.getTraceObjectNames("daxo"), (Strings{"ulScheduler", "dlScheduler", "cmPool"}));
-  EXPECT_EQ(reader.getStrIdToTraceId("daxo"), (std::vector<int32_t>{100, 101, -7}));
-  EXPECT_EQ(reader.getTraceFormats("daxo"), (Strings{"ue %d", "", "%d of %d"}));
-  EXPECT_EQ(reader.getUtraceMeta("daxo"),
-            (Strings{"ulScheduler.grant,1,0", "dlScheduler.alloc,2,1"}));
-  EXPECT_EQ(reader.readMetadataTable("daxo", "tracestr"), (Strings{"grant %d", "alloc %d"}));
-  EXPECT_EQ(reader.readTable("daxo_META", ""),
-            (Strings{"traceobjname", "stridtraceid", "traceformat", "utracemeta", "tracestr"}));
-  EXPECT_TRUE(cap.has(Level::Info, "Retrieving 5 table names"));
-  EXPECT_TRUE(cap.has(Level::Info, "Extracting string table stridtraceid with index 1"));
-  EXPECT_TRUE(cap.has(Level::Info, "Parsing string table with 3 strings"));
-  // Each read opens the container afresh.
-  EXPECT_EQ(countPrefix("Open mapped file: "), 6);
-}
 
 TEST_F(TraceLmcReaderTest, AHoldKeepsTheModuleReadUntilItsLastHoldEnds) {
   const std::string path = container({tableModule("daxo_META", metadata({"1", "2", "3"})),
@@ -87,6 +69,8 @@ TEST_F(TraceLmcReaderTest, AHoldKeepsTheModuleReadUntilItsLastHoldEnds) {
       EXPECT_EQ(reader.getTraceObjectNames("daxo").size(), 3u);
     }
     EXPECT_EQ(reader.getStrIdToTraceId("daxo"), (std::vector<int32_t>{1, 2, 3}));
+    EXPECT_TRUE(cap.has(Level::Info, "Extracting string table stridtraceid with index 1"));
+    EXPECT_TRUE(cap.has(Level::Info, "Parsing string table with 3 strings"));
     EXPECT_EQ(reader.getUtraceMeta("daxo").size(), 2u);
     EXPECT_EQ(countPrefix("Open mapped file: "), 1);
     EXPECT_EQ(reader.getStrIdToTraceId("other"), (std::vector<int32_t>{4, 5, 6}));
@@ -107,10 +91,7 @@ TEST_F(TraceLmcReaderTest, TraceIdsStopAtTheFirstThatDoesNotConvert) {
   TraceLmcReader reader(container({tableModule("a_META", metadata({"10", "11", "x12"})),
                                    tableModule("b_META", metadata({"1", "3000000000", "2"}))}));
   EXPECT_EQ(reader.getStrIdToTraceId("a"), (std::vector<int32_t>{10, 11}));
-  EXPECT_EQ(
-      cap.count(Level::Error, "Exception 'stol' when transforming 3 traceId strings to integers"),
-      1);
-  EXPECT_EQ(reader.getStrIdToTraceId("b"), (std::vector<int32_t>{1}));
+  EXPECT_EQ(reader.getStrIdToTraceId("b"), (std::vector<int32_t>{1}));  // out of range
   EXPECT_EQ(
       cap.count(Level::Error, "Exception 'stol' when transforming 3 traceId strings to integers"),
       2);
@@ -130,12 +111,6 @@ TEST_F(TraceLmcReaderTest, FailuresGiveEmptyListsAndALogLine) {
   EXPECT_TRUE(reader.readTable("", "x").empty());
   EXPECT_TRUE(cap.has(Level::Error, "No load module name was supplied"));
 
-  TableBlobWriter some;
-  some.addStringTable("traceobjname", {"a"});
-  TraceLmcReader partial(container({tableModule("p_META", some)}, "p.lmc"));
-  EXPECT_TRUE(partial.getUtraceMeta("p").empty());
-  EXPECT_TRUE(cap.has(Level::Error, "Table with name utracemeta was not in set of 1 tables"));
-
   TraceLmcReader unreadable(dir.file("nothing.lmc"));
   EXPECT_TRUE(unreadable.getTraceObjectNames("daxo").empty());
   EXPECT_TRUE(cap.has(Level::Error, "LMC path " + dir.file("nothing.lmc") + " is not readable"));
@@ -148,6 +123,7 @@ TEST_F(TraceLmcReaderTest, OnlyStringTablesAreExtracted) {
   b.addTable("other", 3, {"z"});
   TraceLmcReader reader(container({tableModule("m", b)}));
   EXPECT_EQ(reader.readTable("m", ""), (Strings{"binary", "names", "other"}));
+  EXPECT_TRUE(cap.has(Level::Info, "Retrieving 3 table names"));
   EXPECT_EQ(reader.readTable("m", "names"), (Strings{"x", "y"}));
   EXPECT_TRUE(reader.readTable("m", "binary").empty());
   EXPECT_TRUE(cap.has(Level::Error, "Can not extract table type 5, expects string table type 0"));
@@ -177,19 +153,17 @@ TEST_F(TraceLmcReaderTest, ProfileModuleIsExtractedOnceAndKept) {
   EXPECT_EQ(countPrefix("Open mapped file: "), 1);
 }
 
-TEST_F(TraceLmcReaderTest, MissingProfileModuleIsLookedForOnce) {
+TEST_F(TraceLmcReaderTest, MissingProfileModuleIsLookedForOnceAndTheDefaultNeedsNone) {
   TraceLmcReader reader(container({tableModule("daxo_META", metadata({"1", "2", "3"}))}));
   EXPECT_EQ(reader.getProfileNames(), (Strings{"DefaultProfile"}));
   EXPECT_TRUE(reader.getProfile("Basic").empty());
   EXPECT_TRUE(reader.getProfile("Other").empty());
   EXPECT_EQ(countPrefix("Open mapped file: "), 1);
   EXPECT_EQ(cap.count(Level::Info, "Failed retrieving LM with identity bbDiagProfiles in LMC"), 3);
-}
-
-TEST_F(TraceLmcReaderTest, DefaultProfileNeedsNoFile) {
-  TraceLmcReader reader(dir.file("none.lmc"));
-  EXPECT_EQ(reader.getProfile("DefaultProfile").size(), 4u);
-  EXPECT_EQ(reader.getProfileNames(), (Strings{"DefaultProfile"}));
+  // The default profile needs no file at all.
+  TraceLmcReader none(dir.file("none.lmc"));
+  EXPECT_EQ(none.getProfile("DefaultProfile").size(), 4u);
+  EXPECT_EQ(none.getProfileNames(), (Strings{"DefaultProfile"}));
 }
 
 }  // namespace

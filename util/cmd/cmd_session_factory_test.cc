@@ -34,13 +34,6 @@ class CmdSessionFactoryTest : public kvn::testing::CmdLayerTestBase {
     CmdLayerTestBase::SetUp();
     zoth->addSubcommand(std::make_shared<CmdParser>("info", "Print info about connected daxos."));
     factory->addRootParser(zoth);
-    // As the service's `zorf`: refuses all but `log` as not implemented.
-    auto zorf = std::make_shared<ScriptedParser>("zorf", "Base band trace & error.");
-    zorf->onParse = [z = zorf.get()](const std::vector<std::string>& args) {
-      if (args.empty() || args[0] != "log") throw NotImplementedError("not implemented");
-      return z->CmdParser::parse(args);
-    };
-    factory->addRootParser(zorf);
     factory->addRootParser(scripted);
     table.allocate(factory, 1);
   }
@@ -99,17 +92,6 @@ TEST_F(CmdSessionFactoryTest, RequestsOutsideTheProtocolOrTheTreeAreIgnoredOrRef
   expectRefused(2);
   request(std::string("nope\0a\0b\0", 9), 3);
   expectRefused(2);
-  request(std::string("zorf\0--help\0", 12), 2);
-  expectRefused(2);
-  request(std::string("zorf\0", 5), 1);
-  expectRefused(2);
-
-  // zorf log goes down the tree, here without a log command.
-  request(std::string("zorf\0log\0", 9), 2);
-  auto msgs = received();
-  ASSERT_EQ(msgs.size(), 3u);
-  EXPECT_EQ(msgs[1].text(18, 26), "No such subcommand. 'log'\n");
-  EXPECT_EQ(msgs[2].u8(12), 2);
 }
 
 TEST_F(CmdSessionFactoryTest, MalformedBlocksAreAnsweredNotRead) {

@@ -33,14 +33,5 @@ TEST(EventCallbackRoutine, FirstCallbackOfAnEventStaysAndRemovalUnsubscribes) {
   EXPECT_EQ(calls, (std::vector<int>{1, 3}));
 }
 
-TEST(EventId, EachEventOwnerIsItsOwnIdAndCopiesCompareEqual) {
-  auto a = std::make_shared<kvntrace::Event>();
-  auto b = std::make_shared<kvntrace::Event>();
-  kvntrace::EventId copy = a->getId();
-  EXPECT_EQ(copy, a->getId());
-  EXPECT_NE(a->getId(), b->getId());
-  EXPECT_TRUE(a->getId() < b->getId() || b->getId() < a->getId());
-}
-
 }  // namespace
 }  // namespace kvn

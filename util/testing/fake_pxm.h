@@ -61,6 +61,7 @@ class FakePxm : public hkm::PXMInterface {
   pxm_mbox_id_t receiver(pxm_msg* msg) override;
   size_t size(pxm_msg* msg) override;
   bool setsize(pxm_msg* msg, size_t size) override;
+  // Aborts: nothing that runs on the fake locates asynchronously.
   void locate_async(const char* name, pxm_msg** msg, pxm_mbox_id_t from) override;
   pxm_mbox_id_t locate(const char* name) override;
   bool get_name(pxm_mbox_id_t mbox, char* buffer, uint32_t size) override;
@@ -117,11 +118,6 @@ class FakePxm : public hkm::PXMInterface {
     pxm_mbox_id_t watcher;
     pxm_msg* msg;  // null: the library's own message is sent
   };
-  struct PendingLocate {
-    std::string name;
-    pxm_msg* msg;
-    pxm_mbox_id_t to;
-  };
 
   pxm_mbox_id_t newMailbox(const std::string& name);
   void deliver(pxm_msg* msg, pxm_mbox_id_t to, pxm_mbox_id_t from);
@@ -132,7 +128,6 @@ class FakePxm : public hkm::PXMInterface {
   pxm_mbox_id_t own_ = PXM_NO_MBOX;
   std::map<pxm_mbox_id_t, Mailbox> mailboxes_;
   std::map<pxm_monitor_id_t, Monitor> monitors_;
-  std::vector<PendingLocate> pendingLocates_;
   std::set<pxm_msg*> live_;
   std::function<void()> idleHook_;
   std::vector<uint32_t> receiveTimeouts_;
