@@ -26,6 +26,7 @@
 #include <string>
 #include <thread>
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "bench/ratio_reporter.h"
 #include "bench/smoke_flag.h"
 #include "pxm/pxm.h"
@@ -201,7 +202,7 @@ void BM_Dump(benchmark::State& state) {
 // file at the end as the shell does.
 namespace chain {
 
-constexpr uint32_t kObs = 0x170802D;  // all routine-addressed traffic
+constexpr uint32_t kObs = kKvnObsSignalNo;  // all routine-addressed traffic
 constexpr uint32_t kGo = 0x6010, kQuit = 0x6011;
 // Sizes as the service and the shell send them: a data request, a data confirm of 1024 words,
 // a print message of 2 KiB with the service's slack, a print confirm.

@@ -21,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "util/mailbox/hkm_pxm_interface.h"
 
 class PxmMainloop;
@@ -29,7 +30,7 @@ namespace kvn::testing {
 
 class FakePxm : public hkm::PXMInterface {
  public:
-  static constexpr uint32_t kBaseSignalNo = 0x170802D;
+  static constexpr uint32_t kBaseSignalNo = kKvnObsSignalNo;
 
   // A message popped from a mailbox: copied out and freed, so the test owns nothing.
   struct Sent {
