@@ -12,10 +12,11 @@
 #include <vector>
 
 #include "fuzz/service_harness.h"
+#include "service/signals/daxo_connect_signals.h"
 
 namespace {
 
-constexpr size_t kLmcPath = 56, kLmcPathSize = 256;
+using namespace kvn::daxo_connect;
 
 std::vector<uint8_t> commandRequest(const std::vector<std::string>& args) {
   std::vector<uint8_t> m(20, 0);
@@ -36,11 +37,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 12) return 0;
   std::vector<uint8_t> msg(data, data + size);
   const unsigned dst = msg[4] << 8 | msg[5];
-  if (dst == 5 && size > kLmcPath && msg[kLmcPath] != 0) {
+  if (dst == kVersionRoutine && size > kVersionLmc && msg[kVersionLmc] != 0) {
     const std::string& lmc = kvn::fuzz::ServiceHarness::sampleLmc();
-    const size_t field = std::min(size - kLmcPath, kLmcPathSize);
-    std::memset(&msg[kLmcPath], 0, field);
-    std::memcpy(&msg[kLmcPath], lmc.data(), std::min(lmc.size(), field - 1));
+    const size_t field = std::min(size - kVersionLmc, kLmcPathSize);
+    std::memset(&msg[kVersionLmc], 0, field);
+    std::memcpy(&msg[kVersionLmc], lmc.data(), std::min(lmc.size(), field - 1));
   }
 
   kvn::fuzz::ServiceHarness service;
