@@ -119,24 +119,14 @@ void ServiceHarness::settle() {
   do {
     s_.pxm.runUntilIdle(s_.loop);
     while (auto m = s_.pxm.popSent(frontEnd_)) {
-      switch (m->submsgno) {
-        case 5:
-          ++answer_.accepted;
-          break;
-        case 6:
-          ++answer_.refused;
-          break;
-        case 7:
-          ++answer_.ended;
-          break;
-        case 8:
-          ++answer_.texts;
-          s_.pxm.injectObs(frontEnd_, m->srcRoutineId, kFrontEndRoutine, 8,
-                           {m->bytes.at(12), m->bytes.at(13)});
-          break;
-        default:
-          break;
-      }
+      // Accepted, refused, ended; a text is confirmed as the front end would.
+      if (m->submsgno == 5) ++answer_.accepted;
+      if (m->submsgno == 6) ++answer_.refused;
+      if (m->submsgno == 7) ++answer_.ended;
+      if (m->submsgno != 8) continue;
+      ++answer_.texts;
+      s_.pxm.injectObs(frontEnd_, m->srcRoutineId, kFrontEndRoutine, 8,
+                       {m->bytes.at(12), m->bytes.at(13)});
     }
   } while (confirmAgents() || s_.pxm.queued(s_.pxm.own()) > 0);
 }
