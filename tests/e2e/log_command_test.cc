@@ -32,8 +32,8 @@ class LogCommandTest : public ::testing::Test {
   std::string out_;
 };
 
-// One pair of agents for all: each step's checks stand on their own.
-TEST_F(LogCommandTest, MasksReachTheAgentsThatHaveTheObjectsAndResetSendsOnlyWhatDiffers) {
+// One system for all: each step's checks stand on their own.
+TEST_F(LogCommandTest, MasksReachTheAgentsThatHaveTheObjectsInTurnWithTheirConfirms) {
   ASSERT_TRUE(system_.startAgent(1)) << system_.agent(1).err();
   ASSERT_TRUE(system_.startAgent(2)) << system_.agent(2).err();
   const uint32_t d = TestSystem::kDefaultMask;
@@ -86,25 +86,24 @@ TEST_F(LogCommandTest, MasksReachTheAgentsThatHaveTheObjectsAndResetSendsOnlyWha
             "ok, although\nThe following traces/profiles are not applicable on daxo 2:\n"
             "  harqHandler\n\n");
   EXPECT_EQ(masks(2).size(), 2u) << "nothing went to the agent without the object";
-}
 
-TEST_F(LogCommandTest, ASlowAgentGetsTheNextBatchOnlyAfterItsConfirm) {
-  ASSERT_TRUE(system_.startAgent(1, {"--confirm-delay-ms", "700"})) << system_.agent(1).err();
+  // A slow agent gets the next batch only after its confirm.
+  ASSERT_TRUE(system_.startAgent(3, {"--confirm-delay-ms", "700"})) << system_.agent(3).err();
   std::unique_ptr<Process> first =
-      system_.startShell({"zorf", "log", "enable", "1", "obj", "trace1"});
+      system_.startShell({"zorf", "log", "enable", "3", "obj", "trace1"});
   std::unique_ptr<Process> second =
-      system_.startShell({"zorf", "log", "enable", "1", "harqHandler", "trace2"});
+      system_.startShell({"zorf", "log", "enable", "3", "harqHandler", "trace2"});
   EXPECT_EQ(first->wait(), 0) << first->out();
   EXPECT_EQ(second->wait(), 0) << second->out();
   // Every mask request after the first comes after the confirm of the one before.
   int requests = 0, confirms = 0;
-  for (const std::string& line : system_.journal(1)) {
-    if (line.find(kSetMask) != std::string::npos) {
+  for (const std::string& line : system_.journal(3)) {
+    if (contains(line, kSetMask)) {
       EXPECT_EQ(requests, confirms) << "a request while one was in flight: " << line;
       ++requests;
     }
-    if (line.find("\"event\":\"confirm_sent\"") != std::string::npos &&
-        line.find("\"src\":40") != std::string::npos && requests > confirms)
+    if (contains(line, "\"event\":\"confirm_sent\"") && contains(line, "\"src\":40") &&
+        requests > confirms)
       ++confirms;
   }
   EXPECT_EQ(requests, 3);
