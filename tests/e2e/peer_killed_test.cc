@@ -20,20 +20,21 @@ TEST(PeerKilledTest, AKilledFrontEndLeavesNothingAndAKilledServiceLeavesAWholeSt
   RunDir dir;
   TestSystem system(dir);
   ASSERT_TRUE(system.ok()) << system.error();
-  const int idle = system.usedSlots();
+  // The agent confirms at once, but is stopped before the command starts: its request waits
+  // in the agent's mailbox until the service has seen the front end die, however long that
+  // takes.
+  ASSERT_TRUE(system.startAgent(1)) << system.agent(1).err();
+  const int idle = system.settledSlots();
   ASSERT_GT(idle, 0);
-  // The agent holds each confirm a while, and is stopped outright once the request is in its
-  // journal: the confirm cannot come before the service has seen the front end die, however
-  // long that takes.
-  ASSERT_TRUE(system.startAgent(1, {"--confirm-delay-ms", "2000"})) << system.agent(1).err();
-
+  system.agent(1).signal(SIGSTOP);
+  const std::string sent = "Sending signal KVN_TRACEOBJECT_SETMASK_REQ";
+  const size_t sentBefore = countOf(system.service().err(), sent);
+  const size_t endsBefore = countOf(system.service().err(), "retVal=");
   std::unique_ptr<Process> shell =
       system.startShell({"zorf", "log", "enable", "1", "obj", "trace1"});
-  ASSERT_TRUE(eventually([&] { return system.journalLines(1, kSetMask).size() == 2; },
-                         std::chrono::seconds(20)));
-  system.agent(1).signal(SIGSTOP);
-  const size_t confirmsBefore = system.journalLines(1, "confirm_sent").size();
-  const size_t endsBefore = countOf(system.service().err(), "retVal=");
+  ASSERT_TRUE(eventually([&] { return countOf(system.service().err(), sent) > sentBefore; },
+                         std::chrono::seconds(20)))
+      << system.service().err();
   shell->signal(SIGKILL);
   shell->wait();
   // The life routine hears of the death and aborts the session.
@@ -46,10 +47,13 @@ TEST(PeerKilledTest, AKilledFrontEndLeavesNothingAndAKilledServiceLeavesAWholeSt
       << system.service().err();
   // Then the late confirm finds no session, and nothing is printed: every slot comes back.
   system.agent(1).signal(SIGCONT);
-  EXPECT_TRUE(
-      eventually([&] { return system.journalLines(1, "confirm_sent").size() > confirmsBefore; },
-                 std::chrono::seconds(20)))
-      << "the held confirm was never sent";
+  EXPECT_TRUE(eventually(
+      [&] {
+        const std::vector<std::string> requests = system.journalLines(1, kSetMask);
+        return requests.size() == 2 && contains(requests[1], R"("confirm":"sent")");
+      },
+      std::chrono::seconds(20)))
+      << "the request was never confirmed";
   EXPECT_TRUE(eventually([&] { return system.usedSlots() == idle; }, std::chrono::seconds(20)))
       << "used " << system.usedSlots() << ", at start " << idle;
   EXPECT_EQ(countOf(system.service().err(), "retVal="), endsBefore + 1);
