@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <tuple>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -29,12 +30,9 @@ TEST(AgentDescriptionTest, RoutinesBecomeAttributesInOrder) {
     "attributes": [{"routineId": 5, "propertyType": 1, "value": [1, 2, 3]}]
   })");
   AgentDescription d = AgentDescription::fromJson(j);
-  EXPECT_EQ(d.form, AgentDescription::ConnectForm::kVersion);
-  EXPECT_EQ(d.version, 2u);
-  EXPECT_EQ(d.roleIndex, 7);
-  EXPECT_EQ(d.instanceName, "MOKA");
-  EXPECT_EQ(d.loadModuleName, "MOKA_LM");
-  EXPECT_EQ(d.lmcPath, "/opt/moka.lmc");
+  EXPECT_EQ(std::tie(d.form, d.version, d.roleIndex, d.instanceName, d.loadModuleName, d.lmcPath),
+            std::make_tuple(AgentDescription::ConnectForm::kVersion, 2u, 7, "MOKA", "MOKA_LM",
+                            "/opt/moka.lmc"));
   const std::vector<Attr> want = {{100, 0, {14, 0, 0}}, {101, 0, {8, 0, 0}}, {101, 2, {2, 0, 0}},
                                   {101, 3, {1, 6, 0}},  {102, 0, {4, 0, 0}}, {102, 0, {9, 0, 0}},
                                   {5, 1, {1, 2, 3}}};

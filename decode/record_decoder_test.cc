@@ -14,33 +14,16 @@ namespace {
 // `payload`; the length is what the bytes make.
 std::vector<uint8_t> record(uint8_t kind, uint16_t id, uint8_t group, uint16_t format,
                             uint16_t argCount, std::vector<uint8_t> payload, uint16_t seq = 0) {
-  const size_t length = 26 + payload.size();
-  std::vector<uint8_t> r = {uint8_t(length >> 8),
-                            uint8_t(length),
-                            kind,
-                            4,
-                            1,
-                            group,
-                            uint8_t(seq >> 8),
-                            uint8_t(seq),
-                            0,
-                            0,
-                            0,
-                            0,
-                            0x58,
-                            0x68,
-                            0x46,
-                            0x80,  // 2017-01-01 00:00:00
-                            0,
-                            0,
-                            0,
-                            7,
-                            uint8_t(id >> 8),
-                            uint8_t(id),
-                            uint8_t(format >> 8),
-                            uint8_t(format),
-                            uint8_t(argCount >> 8),
-                            uint8_t(argCount)};
+  std::vector<uint8_t> r;
+  const auto be16 = [&r](size_t v) { r.insert(r.end(), {uint8_t(v >> 8), uint8_t(v)}); };
+  be16(26 + payload.size());
+  r.insert(r.end(), {kind, 4, 1, group});  // lpp, agent 1
+  be16(seq);
+  // bfn 0, 2017-01-01 00:00:00 and 7 us
+  r.insert(r.end(), {0, 0, 0, 0, 0x58, 0x68, 0x46, 0x80, 0, 0, 0, 7});
+  be16(id);
+  be16(format);
+  be16(argCount);
   r.insert(r.end(), payload.begin(), payload.end());
   return r;
 }

@@ -12,35 +12,20 @@
 #include <vector>
 
 #include "fuzz/service_harness.h"
-
-namespace {
-
-constexpr size_t kLmcPath = 56, kLmcPathSize = 256;
-
-std::vector<uint8_t> commandRequest(const std::vector<std::string>& args) {
-  std::vector<uint8_t> m(20, 0);
-  for (const std::string& a : args) m.insert(m.end(), a.c_str(), a.c_str() + a.size() + 1);
-  m[9] = 3;   // submsgno
-  m[15] = 1;  // protocol version
-  m[16] = static_cast<uint8_t>(args.size());
-  m[18] = static_cast<uint8_t>((m.size() - 20) >> 8);
-  m[19] = static_cast<uint8_t>(m.size() - 20);
-  m[5] = 1;  // routine 1
-  return m;
-}
-
-}  // namespace
+#include "kvnsh/command_request.h"
+#include "service/signals/daxo_connect_signals.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  using namespace kvn::daxo_connect;
   // A message shorter than its header stops the service by design.
   if (size < 12) return 0;
   std::vector<uint8_t> msg(data, data + size);
   const unsigned dst = msg[4] << 8 | msg[5];
-  if (dst == 5 && size > kLmcPath && msg[kLmcPath] != 0) {
+  if (dst == kVersionRoutine && size > kVersionLmc && msg[kVersionLmc] != 0) {
     const std::string& lmc = kvn::fuzz::ServiceHarness::sampleLmc();
-    const size_t field = std::min(size - kLmcPath, kLmcPathSize);
-    std::memset(&msg[kLmcPath], 0, field);
-    std::memcpy(&msg[kLmcPath], lmc.data(), std::min(lmc.size(), field - 1));
+    const size_t field = std::min(size - kVersionLmc, kLmcPathSize);
+    std::memset(&msg[kVersionLmc], 0, field);
+    std::memcpy(&msg[kVersionLmc], lmc.data(), std::min(lmc.size(), field - 1));
   }
 
   kvn::fuzz::ServiceHarness service;
@@ -51,7 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (const auto& line : {std::vector<std::string>{"zoth", "info"},
                            std::vector<std::string>{"zorf", "log", "status", "*"},
                            std::vector<std::string>{"zorf", "log", "status", "-p", "*"}}) {
-    const std::vector<uint8_t> req = commandRequest(line);
+    const std::vector<uint8_t> req =
+        kvnsh::CommandRequest::encode(line, kvn::fuzz::ServiceHarness::kFrontEndRoutine);
     service.injectFrom(service.frontEnd(), req.data(), req.size());
     service.settle();
     const kvn::fuzz::ServiceHarness::Answer a = service.takeAnswer();

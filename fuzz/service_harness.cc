@@ -8,10 +8,11 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "base/big_endian.h"
+#include "daxo-sim/connect_message.h"
 #include "service/agents/daxo_connect_client.h"
 #include "service/agents/daxo_trace_model.h"
 #include "service/agents/info_cmd_parser.h"
+#include "service/signals/daxo_connect_signals.h"
 #include "service/tracecontrol/log_cmd_parser.h"
 #include "service/tracecontrol/profile_cmd_parser.h"
 #include "service/zorf_cmd_parser.h"
@@ -77,29 +78,28 @@ ServiceHarness::~ServiceHarness() {
 }
 
 void ServiceHarness::connectSampleAgent(uint16_t number) {
-  struct Attr {
-    uint16_t routine, type, value[2];
-  };
-  // Every function the service knows, as the simulator's full agent deploys them.
-  const Attr attrs[] = {{10, 0, {4, 0}},  {11, 0, {9, 0}},  {12, 0, {6, 0}},  {20, 0, {8, 0}},
-                        {20, 3, {1, 6}},  {30, 0, {10, 0}}, {31, 0, {11, 0}}, {32, 0, {13, 0}},
-                        {40, 0, {14, 0}}, {41, 0, {15, 0}}, {42, 0, {16, 0}}};
-  const size_t count = sizeof attrs / sizeof attrs[0];
-  std::vector<uint8_t> m(318 + 10 * count + 2, 0);
-  storeBe16(&m[4], DaxoConnectClient::kVersionConnectRoutine);
-  m[15] = 2;  // version
-  memcpy(&m[16], "MOKA", 4);
-  memcpy(&m[36], "daxo_dsp", 8);
-  memcpy(&m[56], sampleLmc().data(), std::min<size_t>(sampleLmc().size(), 255));
-  storeBe16(&m[312], 1);
-  storeBe16(&m[314], number);
-  storeBe16(&m[316], static_cast<uint16_t>(count));
-  for (size_t i = 0; i < count; ++i) {
-    storeBe16(&m[318 + 10 * i], attrs[i].routine);
-    storeBe16(&m[320 + 10 * i], attrs[i].type);
-    storeBe16(&m[322 + 10 * i], attrs[i].value[0]);
-    storeBe16(&m[324 + 10 * i], attrs[i].value[1]);
-  }
+  // Every function the service knows, as the simulator's full agent deploys them; the message
+  // is the simulator's own.
+  using namespace daxo_connect;
+  daxosim::AgentDescription d;
+  d.roleIndex = 0;
+  d.instanceName = "MOKA";
+  d.loadModuleName = "daxo_dsp";
+  d.lmcPath = sampleLmc();
+  d.domainDaxoIndex = 1;
+  d.bbmHwNumber = number;
+  d.attributes = {{10, kImplements, {kImplementsEmbuf}},
+                  {11, kImplements, {kImplementsMemoryBuffer}},
+                  {12, kImplements, {kImplementsTraceDest}},
+                  {20, kImplements, {kImplementsForwarder}},
+                  {20, kLink, {1, 6}},
+                  {30, kImplements, {kImplementsRttManager}},
+                  {31, kImplements, {kImplementsMeasurements}},
+                  {32, kImplements, {kImplementsTraceHitCounter}},
+                  {40, kImplements, {kImplementsTraceObjectManager}},
+                  {41, kImplements, {kImplementsUniqueTraceManager}},
+                  {42, kImplements, {kImplementsSig2emManager}}};
+  const std::vector<uint8_t> m = daxosim::ConnectMessage::encode(d);
   const pxm_mbox_id_t agent = newAgentMailbox("daxo-" + std::to_string(number));
   agents_.push_back(agent);
   injectFrom(agent, m.data(), m.size());
@@ -119,24 +119,14 @@ void ServiceHarness::settle() {
   do {
     s_.pxm.runUntilIdle(s_.loop);
     while (auto m = s_.pxm.popSent(frontEnd_)) {
-      switch (m->submsgno) {
-        case 5:
-          ++answer_.accepted;
-          break;
-        case 6:
-          ++answer_.refused;
-          break;
-        case 7:
-          ++answer_.ended;
-          break;
-        case 8:
-          ++answer_.texts;
-          s_.pxm.injectObs(frontEnd_, m->srcRoutineId, kFrontEndRoutine, 8,
-                           {m->bytes.at(12), m->bytes.at(13)});
-          break;
-        default:
-          break;
-      }
+      // Accepted, refused, ended; a text is confirmed as the front end would.
+      if (m->submsgno == 5) ++answer_.accepted;
+      if (m->submsgno == 6) ++answer_.refused;
+      if (m->submsgno == 7) ++answer_.ended;
+      if (m->submsgno != 8) continue;
+      ++answer_.texts;
+      s_.pxm.injectObs(frontEnd_, m->srcRoutineId, kFrontEndRoutine, 8,
+                       {m->bytes.at(12), m->bytes.at(13)});
     }
   } while (confirmAgents() || s_.pxm.queued(s_.pxm.own()) > 0);
 }

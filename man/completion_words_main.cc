@@ -5,8 +5,11 @@
 #include <ctype.h>
 #include <stdio.h>
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -21,15 +24,8 @@ namespace {
 using Words = std::vector<std::string>;
 
 Words split(const std::string& path) {
-  Words words;
-  size_t at = 0;
-  while (at < path.size()) {
-    const size_t blank = path.find(' ', at);
-    const size_t end = blank == std::string::npos ? path.size() : blank;
-    words.push_back(path.substr(at, end - at));
-    at = end + 1;
-  }
-  return words;
+  std::istringstream in(path);
+  return Words(std::istream_iterator<std::string>(in), {});
 }
 
 // What the command answers, whatever way it answers.
@@ -67,9 +63,7 @@ std::set<std::string> usageWords(kvn::CmdParser& root, const Words& below) {
 }
 
 bool has(const Words& list, const std::string& word) {
-  for (const std::string& w : list)
-    if (w == word) return true;
-  return false;
+  return std::find(list.begin(), list.end(), word) != list.end();
 }
 
 // Whether the command's parser takes `option` (with a value when it wants one).

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 namespace kvn::tracerecords {
@@ -33,21 +34,12 @@ const std::vector<uint8_t> kTextRecord = {0x00, 0x1E, 0x03, 0x04, 0x01, 0xFF, 0x
 TEST(TraceRecordReaderTest, ReadsTheFieldsWhereTheLayoutPutsThem) {
   TraceRecord r;
   ASSERT_EQ(TraceRecordReader::read(kObjectRecord.data(), kObjectRecord.size(), r), Status::kOk);
-  EXPECT_EQ(r.length, 34u);
-  EXPECT_EQ(r.kind, TraceRecord::kTraceObject);
-  EXPECT_EQ(r.source, 4);
-  EXPECT_EQ(r.agent, 2);
-  EXPECT_EQ(r.group, 5);
-  EXPECT_EQ(r.sequence, 0x0102);
-  EXPECT_EQ(r.bfn, 0x00304050u);
-  EXPECT_EQ(r.seconds, 0x65000001u);
-  EXPECT_EQ(r.microseconds, 999999u);
-  EXPECT_EQ(r.objectId, 3);
-  EXPECT_EQ(r.formatIndex, 7);
-  EXPECT_EQ(r.argCount, 2);
-  EXPECT_EQ(r.args[0], 0xFFFFFFFEu);
-  EXPECT_EQ(r.args[1], 256u);
-  EXPECT_EQ(r.args[2], 0u);
+  EXPECT_EQ(std::make_tuple(r.length, r.kind, r.source, r.agent, r.group, r.sequence),
+            std::make_tuple(34, TraceRecord::kTraceObject, 4, 2, 5, 0x0102));
+  EXPECT_EQ(std::make_tuple(r.bfn, r.seconds, r.microseconds, r.objectId, r.formatIndex),
+            std::make_tuple(0x00304050u, 0x65000001u, 999999u, 3, 7));
+  EXPECT_EQ(std::make_tuple(r.argCount, r.args[0], r.args[1], r.args[2]),
+            std::make_tuple(2, 0xFFFFFFFEu, 256u, 0u));
 
   ASSERT_EQ(TraceRecordReader::read(kTextRecord.data(), kTextRecord.size(), r), Status::kOk);
   EXPECT_EQ(r.kind, TraceRecord::kText);

@@ -17,6 +17,7 @@ namespace kvn::e2e {
 namespace {
 
 const char* const kTrace1 = " daxo 1 lpp ulScheduler trace1 ulScheduler: ue ";
+const char* const kObjError = " daxo 1 lpp obj error obj ";
 
 // The record lines of the decoder's output, before its counts.
 std::vector<std::string> recordLines(const std::string& out) {
@@ -38,18 +39,20 @@ std::vector<size_t> linesWith(const std::vector<std::string>& lines, const std::
 class DecodeTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (*programs::kKvnDecode == '\0') GTEST_SKIP() << "kvn-decode is not built";
+    if (*programs::kKvnDecode == '\0' || *programs::kDiagSim == '\0')
+      GTEST_SKIP() << "kvn-decode and diag-sim are needed";
     ASSERT_TRUE(system.ok()) << system.error();
   }
 
-  void startAgent(const std::string& routines, std::vector<std::string> options = {}) {
+  void startAgent() {
     system.describeAgent(
         1,
         R"({"routineId": 10, "implements": "embuf"}, {"routineId": 11, "implements": "memoryBuffer"},)"
-        R"( {"routineId": 23, "implements": "forwarder", "link": {"source": "LPP_TRACE", "destination": "EMBUF"}})" +
-            routines,
+        R"( {"routineId": 12, "implements": "traceDest"},)"
+        R"( {"routineId": 23, "implements": "forwarder", "link": {"source": "LPP_TRACE", "destination": "EMBUF"}},)"
+        R"( {"routineId": 24, "implements": "forwarder", "link": {"source": "EMBUF", "destination": "TN"}})",
         R"("superTrace": {"recordRate": 500})");
-    ASSERT_TRUE(system.startAgent(1, options));
+    ASSERT_TRUE(system.startAgent(1, {"--sessions-dir", dir.path()}));
     // Nothing but ulScheduler's trace1: no profile, and the utrace point that is on by default
     // switched off.
     for (const std::vector<std::string>& words :
@@ -104,8 +107,12 @@ class DecodeTest : public ::testing::Test {
   std::string out;
 };
 
-TEST_F(DecodeTest, ADumpHoldsTheEnabledGroupWithTheMarkerInPlaceAndNothingOnceDisabled) {
-  startAgent("");
+// A recording, dumped and decoded; then a stream on loopback, decoded live until Ctrl-C.
+TEST_F(DecodeTest, DumpsAndStreamsHoldTheEnabledGroupsWithTheMarkerInPlace) {
+  Process diag(dir, "diag", programs::kDiagSim,
+               {"--journal", dir.file("diag.journal"), "--sessions-dir", dir.path()});
+  ASSERT_TRUE(eventually([&] { return contains(dir.read("diag.journal"), "HELLO_REPLY"); }));
+  ASSERT_NO_FATAL_FAILURE(startAgent());
   ASSERT_EQ(zoth({"route", "1:lpp", "embuf"}), 0) << out;
   recordAround("marker-1");
   std::string decoded;
@@ -129,18 +136,9 @@ TEST_F(DecodeTest, ADumpHoldsTheEnabledGroupWithTheMarkerInPlaceAndNothingOnceDi
   EXPECT_EQ(linesWith(lines, " ulScheduler ").size(), 0u) << decoded;
   EXPECT_EQ(linesWith(lines, "marker-1").size(), 0u) << decoded;
   EXPECT_EQ(linesWith(lines, " echo text marker-2").size(), 1u) << decoded;
-  EXPECT_EQ(linesWith(lines, " daxo 1 lpp obj error obj ").size() + 1, lines.size()) << decoded;
-}
+  EXPECT_EQ(linesWith(lines, kObjError).size() + 1, lines.size()) << decoded;
 
-TEST_F(DecodeTest, AStreamOnLoopbackIsDecodedLiveUntilCtrlC) {
-  if (*programs::kDiagSim == '\0') GTEST_SKIP() << "diag-sim is not built";
-  Process diag(dir, "diag", programs::kDiagSim,
-               {"--journal", dir.file("diag.journal"), "--sessions-dir", dir.path()});
-  ASSERT_TRUE(eventually([&] { return contains(dir.read("diag.journal"), "HELLO_REPLY"); }));
-  startAgent(
-      R"(, {"routineId": 12, "implements": "traceDest"},)"
-      R"( {"routineId": 24, "implements": "forwarder", "link": {"source": "EMBUF", "destination": "TN"}})",
-      {"--sessions-dir", dir.path()});
+  // The buffer streamed to a decoder on loopback.
   Process decoder(dir, "listen", programs::kKvnDecode,
                   {"--lmc", system.containerFile(), "--module", "dsp1", "--listen", "127.0.0.1:0"});
   std::string port;
@@ -152,21 +150,20 @@ TEST_F(DecodeTest, AStreamOnLoopbackIsDecodedLiveUntilCtrlC) {
     return true;
   })) << decoder.err();
   ASSERT_EQ(zoth({"dest", "add", "net1", "127.0.0.1", port, "ManagedElement=1"}), 0) << out;
-  ASSERT_EQ(zoth({"route", "1:lpp", "embuf"}), 0) << out;
   ASSERT_EQ(zoth({"route", "1:embuf", "net1"}), 0) << out;
   ASSERT_EQ(out, "Streaming started\n");
 
-  ASSERT_TRUE(eventually([&] { return contains(decoder.out(), kTrace1); })) << decoder.err();
+  ASSERT_TRUE(eventually([&] { return contains(decoder.out(), kObjError); })) << decoder.err();
   ASSERT_EQ(zoth({"echo", "marker-s"}), 0) << out;
   ASSERT_TRUE(eventually([&] {
     const std::string seen = decoder.out();
-    const size_t marker = seen.find(" daxo 1 lpp echo text marker-s\n");
-    return marker != std::string::npos && seen.find(kTrace1, marker) != std::string::npos;
+    const size_t at = seen.find(" daxo 1 lpp echo text marker-s\n");
+    return at != std::string::npos && seen.find(kObjError, at) != std::string::npos;
   })) << decoder.out();
   EXPECT_EQ(decoder.stop(SIGINT), 0) << decoder.err();
-  const std::string decoded = decoder.out();
-  const std::vector<std::string> lines = recordLines(decoded);
-  EXPECT_EQ(linesWith(lines, kTrace1).size() + 1, lines.size()) << decoded;
+  decoded = decoder.out();
+  lines = recordLines(decoded);
+  EXPECT_EQ(linesWith(lines, kObjError).size() + 1, lines.size()) << decoded;
   EXPECT_TRUE(contains(decoded, "\nsource lpp: " + std::to_string(lines.size()) + "\n")) << decoded;
   EXPECT_TRUE(contains(decoded, "\ngaps: 0 in ")) << decoded;
 }

@@ -24,7 +24,6 @@ class KvnshTerminal {
   KvnshTerminal(const KvnshTerminal&) = delete;
   KvnshTerminal& operator=(const KvnshTerminal&) = delete;
 
-  pid_t pid() const { return pid_; }
   void type(const std::string& keys);
   // Reads what the terminal shows until `text` has appeared after the position of the last
   // successful wait; true if it did within the deadline.

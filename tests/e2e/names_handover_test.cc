@@ -44,13 +44,6 @@ std::vector<WatchLine> watchLines(const std::string& out) {
   return lines;
 }
 
-std::string prefixed(const std::string& prefix, const std::string& lines) {
-  std::string out;
-  std::istringstream in(lines);
-  for (std::string line; std::getline(in, line);) out += prefix + line + "\n";
-  return out;
-}
-
 // Replays what a watch saw. False, with the reason, if the name was ever without a
 // publisher after its first one came.
 bool neverMissing(const std::vector<WatchLine>& lines, std::string* why) {
@@ -115,9 +108,13 @@ class NamesHandoverTest : public ::testing::Test {
   std::set<std::string> holders(const std::string& name) {
     Process lookup(dir_, "lookup" + std::to_string(++lookups_), programs::kPxmNs, {"lookup", name});
     EXPECT_TRUE(lookup.wait().has_value());
-    // Lines of service, huntpath and mailbox id: the same fields as a watch's, but the event.
+    // Lines of service, huntpath and mailbox id.
     std::set<std::string> out;
-    for (const WatchLine& w : watchLines(prefixed("added\t", lookup.out()))) out.insert(w.huntpath);
+    std::istringstream in(lookup.out());
+    for (std::string service, huntpath, id; std::getline(in, service, '\t') &&
+                                            std::getline(in, huntpath, '\t') &&
+                                            std::getline(in, id);)
+      out.insert(huntpath);
     return out;
   }
   // True once `pxm-ns watch` in `w` has printed this line.
@@ -167,9 +164,6 @@ TEST_F(NamesHandoverTest, AnAgentsNamesPassToTheNextInstanceWithoutAGap) {
   ASSERT_TRUE(saw(*byNumber, "removed", kAgentNumber, "tc-a")) << byNumber->out();
   EXPECT_EQ(holders(kAgentName), Holders{"tc-b"});
   EXPECT_EQ(holders(kAgentNumber), Holders{"tc-b"});
-  EXPECT_TRUE(contains(first->err(), std::string("Notified about new service ") + kAgentName +
-                                         " for huntpath tc-b, mine is tc-a"))
-      << first->err();
 
   for (Process* w : {byName.get(), byNumber.get()}) {
     std::string why;

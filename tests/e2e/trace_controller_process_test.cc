@@ -37,19 +37,6 @@ class TraceControllerProcessTest : public ::testing::Test {
   RunDir dir_;
 };
 
-class TraceControllerWithHubTest : public TraceControllerProcessTest {
- protected:
-  void SetUp() override {
-    TraceControllerProcessTest::SetUp();
-    if (IsSkipped()) return;
-    if (*programs::kPxmd == '\0') GTEST_SKIP() << "the mailbox hub is not built in this tree";
-    hub_ = std::make_unique<PxmHub>(dir_);
-    ASSERT_TRUE(hub_->ok()) << "pxmd did not come up: " << hub_->process().err();
-  }
-
-  std::unique_ptr<PxmHub> hub_;
-};
-
 // The options' texts have their own test; here, what main makes of them.
 TEST_F(TraceControllerProcessTest, BadOptionsExitWith255AndNoHubWith1) {
   auto bad = service("bad", {"--verbose"}, kErrorLog);
@@ -62,36 +49,10 @@ TEST_F(TraceControllerProcessTest, BadOptionsExitWith255AndNoHubWith1) {
       << p->err();
 }
 
-TEST_F(TraceControllerWithHubTest, RunsUntilSigtermAndThenExitsWith0) {
-  auto p = service("service");
-  ASSERT_TRUE(upAndRunning(*p)) << p->err();
-  EXPECT_TRUE(contains(p->err(), "Starting service '")) << p->err();
-  EXPECT_EQ(p->stop(SIGTERM), 0);
-  EXPECT_FALSE(contains(p->err(), "ERROR")) << p->err();
-}
-
-TEST_F(TraceControllerWithHubTest, SecondServiceWithTheSameMailboxNameFailsCleanly) {
-  auto first = service("first");
-  ASSERT_TRUE(upAndRunning(*first)) << first->err();
-
-  auto second = service("second", {}, kErrorLog);
-  EXPECT_EQ(second->wait(), 1);
-  EXPECT_TRUE(contains(second->err(),
-                       "runtime_error exception: pxm_create_mailbox(kvn-tracecontroller) failed."))
-      << second->err();
-
-  // The name is what clashes: another name runs beside the first.
-  auto other = service("other", {"--mailboxname", "kvn-tracecontroller-2"});
-  ASSERT_TRUE(upAndRunning(*other)) << other->err();
-  EXPECT_TRUE(first->running());
-  EXPECT_EQ(other->stop(SIGINT), 0);
-  EXPECT_EQ(first->stop(SIGHUP), 0);
-}
-
 // What a supervisor of the service hears on its notification socket.
 class NotifySocket {
  public:
-  explicit NotifySocket(const std::string& path) : path_(path) {
+  explicit NotifySocket(const std::string& path) {
     fd_ = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     sockaddr_un addr{};
     addr.sun_family = AF_UNIX;
@@ -110,23 +71,42 @@ class NotifySocket {
   }
 
  private:
-  std::string path_;
   int fd_ = -1;
   bool bound_ = false;
 };
 
-TEST_F(TraceControllerWithHubTest, TellsItsSupervisorItIsReadyOnceItsNameIsPublished) {
+// The service with a supervisor: it says it is ready once its name is published, a second one
+// of the same mailbox name fails cleanly, and a stop signal ends it with 0.
+TEST_F(TraceControllerProcessTest, ReadyOnceItsNameIsPublishedAloneWithItsNameAndEndsWith0) {
+  if (*programs::kPxmd == '\0') GTEST_SKIP() << "the mailbox hub is not built in this tree";
+  PxmHub hub(dir_);
+  ASSERT_TRUE(hub.ok()) << "pxmd did not come up: " << hub.process().err();
   NotifySocket notify(dir_.file("notify"));
   ASSERT_TRUE(notify.ok());
-  auto p = service("service", {}, {{"NOTIFY_SOCKET", dir_.file("notify")}});
-  ASSERT_EQ(notify.next(), "READY=1") << p->err();
+  auto first =
+      service("first", {}, {{"NOTIFY_SOCKET", dir_.file("notify")}, {"KVN_LOG_STDERR", "debug"}});
+  ASSERT_EQ(notify.next(), "READY=1") << first->err();
   // Ready means that a caller finds the service by its name at once.
   Process lookup(dir_, "lookup", programs::kPxmNs, {"lookup", "kvn-tracecontroller"});
   EXPECT_EQ(lookup.wait(), 0);
   EXPECT_TRUE(contains(lookup.out(), "kvn-tracecontroller")) << lookup.out();
-  p->signal(SIGTERM);
+  ASSERT_TRUE(upAndRunning(*first)) << first->err();
+  EXPECT_TRUE(contains(first->err(), "Starting service '")) << first->err();
+
+  auto second = service("second", {}, kErrorLog);
+  EXPECT_EQ(second->wait(), 1);
+  EXPECT_TRUE(contains(second->err(),
+                       "runtime_error exception: pxm_create_mailbox(kvn-tracecontroller) failed."))
+      << second->err();
+  // The name is what clashes: another name runs beside the first.
+  auto other = service("other", {"--mailboxname", "kvn-tracecontroller-2"});
+  ASSERT_TRUE(upAndRunning(*other)) << other->err();
+  EXPECT_EQ(other->stop(SIGINT), 0);
+
+  first->signal(SIGHUP);
   EXPECT_EQ(notify.next(), "STOPPING=1");
-  EXPECT_EQ(p->wait(), 0);
+  EXPECT_EQ(first->wait(), 0);
+  EXPECT_FALSE(contains(first->err(), "ERROR")) << first->err();
 }
 
 }  // namespace

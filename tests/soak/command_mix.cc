@@ -1,8 +1,43 @@
 #include "tests/soak/command_mix.h"
 
-#include <functional>
-
 namespace kvn::soak {
+
+namespace {
+
+// The lines word by word: "a|b" stands for one of its alternatives (an empty one too), "@" for
+// the agent.
+const std::vector<std::vector<std::string>> kLines = {
+    {"zoth", "info"},
+    {"zoth", "info", "-v"},
+    {"zoth", "info", "@"},
+    {"zorf", "log", "enable|disable", "@", "obj|ulScheduler|harqHandler|*",
+     "trace1|trace2|info|error"},
+    {"zorf", "log", "enable|disable", "@", "Scheduling|DefaultProfile|ulScheduler.grant|a.b"},
+    {"zorf", "log", "status"},
+    {"zorf", "log", "status", "@", "-p|-u|-v"},
+    {"zorf", "log", "reset"},
+    {"zorf", "log", "save", "@"},
+    {"zoth", "profile", "list", "-v|@"},
+    {"zoth", "tracehitcounter", "read|clear", "@"},
+    {"zoth", "hwconfig", "set", "-s", "@", "dqsmask", "0x0|0x3|q"},
+    {"zoth", "hwconfig", "get", "-s", "@", "dqsmask"},
+    {"zoth", "echo", "-d", "@", "soak marker"},
+    {"zoth", "route", "@:rtt|@:embuf|@:token|@:lpp", "embuf|net1|ebcom|tn|nowhere"},
+    {"zoth", "dest", "add", "net1", "127.0.0.1", "9", "ManagedElement=1"},
+    {"zoth", "dest", "list|del", "net1"},
+    {"zomlek", "dspload", "start|stop|print|snapshot", "-s", "@", "-d", "1"},
+    {"zomlek", "cmpoolusage", "-s", "@"},
+    {"zomlek", "cmpoolusage", "--json", "-s", "@"},
+    {"zoth", "recorder", "start|stop|status", "@"},
+    {"zoth", "recorder", "dump", "@:rtt", "--base64"},
+    // What the parsers must turn down.
+    {"zoth|zorf|zomlek"},
+    {"zoth", "frob|info --bogus|route|dest|recorder"},
+    {"zorf", "log", "|frob|enable|status 1 -q"},
+    {"zomlek", "dspload", "start|start -s|-d 1"},
+};
+
+}  // namespace
 
 const std::string& CommandMix::pick(const std::vector<std::string>& words) {
   return words[random_() % words.size()];
@@ -15,94 +50,20 @@ std::string CommandMix::agent() {
 }
 
 std::vector<std::string> CommandMix::next() {
-  using Line = std::vector<std::string>;
   const std::string a = agent();
-  const std::vector<std::function<Line()>> lines = {
-      [&] {
-        return Line{"zoth", "info"};
-      },
-      [&] {
-        return Line{"zoth", "info", "-v"};
-      },
-      [&] {
-        return Line{"zoth", "info", a};
-      },
-      [&] {
-        return Line{"zorf",
-                    "log",
-                    pick({"enable", "disable"}),
-                    a,
-                    pick({"obj", "ulScheduler", "harqHandler", "*"}),
-                    pick({"trace1", "trace2", "info", "error"})};
-      },
-      [&] {
-        return Line{"zorf", "log", pick({"enable", "disable"}), a,
-                    pick({"Scheduling", "DefaultProfile", "ulScheduler.grant", "a.b"})};
-      },
-      [&] {
-        return Line{"zorf", "log", "status"};
-      },
-      [&] {
-        return Line{"zorf", "log", "status", a, pick({"-p", "-u", "-v"})};
-      },
-      [&] {
-        return Line{"zorf", "log", "reset"};
-      },
-      [&] {
-        return Line{"zorf", "log", "save", a};
-      },
-      [&] {
-        return Line{"zoth", "profile", "list", pick({"-v", a})};
-      },
-      [&] {
-        return Line{"zoth", "tracehitcounter", pick({"read", "clear"}), a};
-      },
-      [&] {
-        return Line{"zoth", "hwconfig", "set", "-s", a, "dqsmask", pick({"0x0", "0x3", "q"})};
-      },
-      [&] { return Line{"zoth", "hwconfig", "get", "-s", a, "dqsmask"}; },
-      [&] {
-        return Line{"zoth", "echo", "-d", a, "soak marker"};
-      },
-      [&] {
-        return Line{"zoth", "route", a + ":" + pick({"rtt", "embuf", "token", "lpp"}),
-                    pick({"embuf", "net1", "ebcom", "tn", "nowhere"})};
-      },
-      [&] { return Line{"zoth", "dest", "add", "net1", "127.0.0.1", "9", "ManagedElement=1"}; },
-      [&] {
-        return Line{"zoth", "dest", pick({"list", "del"}), "net1"};
-      },
-      [&] {
-        return Line{"zomlek", "dspload", pick({"start", "stop", "print", "snapshot"}), "-s", a,
-                    "-d",     "1"};
-      },
-      [&] {
-        return Line{"zomlek", "cmpoolusage", "-s", a};
-      },
-      [&] {
-        return Line{"zomlek", "cmpoolusage", "--json", "-s", a};
-      },
-      [&] {
-        return Line{"zoth", "recorder", pick({"start", "stop", "status"}), a};
-      },
-      [&] {
-        return Line{"zoth", "recorder", "dump", a + ":rtt", "--base64"};
-      },
-      // What the parsers must turn down.
-      [&] {
-        return Line{pick({"zoth", "zorf", "zomlek"})};
-      },
-      [&] {
-        return Line{"zoth", pick({"frob", "info --bogus", "route", "dest", "recorder"})};
-      },
-      [&] {
-        return Line{"zorf", "log", pick({"", "frob", "enable", "status 1 -q"})};
-      },
-      [&] {
-        return Line{"zomlek", "dspload", pick({"start", "start -s", "-d 1"})};
-      },
-  };
-  return lines[random_() % lines.size()]();
+  std::vector<std::string> line;
+  for (const std::string& pattern : kLines[random_() % kLines.size()]) {
+    std::vector<std::string> alternatives(1);
+    for (const char c : pattern) {
+      if (c == '|') {
+        alternatives.emplace_back();
+      } else {
+        alternatives.back() += c == '@' ? a : std::string(1, c);
+      }
+    }
+    line.push_back(alternatives.size() == 1 ? alternatives[0] : pick(alternatives));
+  }
+  return line;
 }
 
 }  // namespace kvn::soak

@@ -195,13 +195,6 @@ long SoakRun::serviceRssKb() {
   return 0;
 }
 
-int SoakRun::quietSlots() {
-  int slots = -1;
-  e2e::eventually([&] { return (slots = system_.usedSlots()) == figures_.slotsAtStart; },
-                  std::chrono::seconds(15));
-  return slots;
-}
-
 void SoakRun::run() {
   const auto begin = Clock::now();
   const auto end = begin + length_;
@@ -250,7 +243,9 @@ void SoakRun::run() {
   }
   checkService();
   if (serviceDown_) return;
-  figures_.slotsAtEnd = quietSlots();
+  e2e::eventually(
+      [&] { return (figures_.slotsAtEnd = system_.usedSlots()) == figures_.slotsAtStart; },
+      std::chrono::seconds(15));
   figures_.rssEndKb = serviceRssKb();
 }
 

@@ -74,7 +74,6 @@ class SoakRun {
   void startDiag();
   void checkService();
   long serviceRssKb();
-  int quietSlots();
   Clock::duration millis(int from, int to);
 
   std::mt19937 random_;
