@@ -20,7 +20,7 @@ size_t FrameReader::growth() const {
   return std::min(size_ * 2, std::max(whole, size_)) - size_;
 }
 
-FrameReader::Status FrameReader::fill(int fd, size_t maxGrowth) {
+FrameReader::Status FrameReader::fill(int fd, size_t maxGrowth, size_t maxRead) {
   if (end_ == size_) {
     const size_t more = growth();
     if (more > maxGrowth) return Status::kNoRoom;
@@ -37,7 +37,8 @@ FrameReader::Status FrameReader::fill(int fd, size_t maxGrowth) {
   }
   for (;;) {
     // At most a chunk per read, so that one pass over many busy peers stays short.
-    const ssize_t n = ::recv(fd, buffer_ + end_, std::min(size_ - end_, kChunk), MSG_DONTWAIT);
+    const size_t most = std::min({size_ - end_, kChunk, std::max<size_t>(maxRead, 1)});
+    const ssize_t n = ::recv(fd, buffer_ + end_, most, MSG_DONTWAIT);
     if (n > 0) {
       end_ += static_cast<size_t>(n);
       return Status::kOk;

@@ -41,10 +41,11 @@ class FrameReader {
 
   // `onFrame(const FrameHeader&, const char* body)` returns false to refuse the frame, which
   // stops the reading. The body pointer is valid during the call only. The buffer grows by
-  // at most `maxGrowth` bytes in this call; growth() then tells how much it wanted.
+  // at most `maxGrowth` bytes in this call; growth() then tells how much it wanted. At most
+  // `maxRead` bytes (and at most kChunk) are read.
   template <typename Fn>
-  Status readFrom(int fd, Fn&& onFrame, size_t maxGrowth = SIZE_MAX) {
-    const Status status = fill(fd, maxGrowth);
+  Status readFrom(int fd, Fn&& onFrame, size_t maxGrowth = SIZE_MAX, size_t maxRead = kChunk) {
+    const Status status = fill(fd, maxGrowth, maxRead);
     if (status != Status::kOk && status != Status::kClosed && status != Status::kTruncated)
       return status;
     while (end_ - start_ >= sizeof(FrameHeader)) {
@@ -83,7 +84,7 @@ class FrameReader {
   }
 
  private:
-  Status fill(int fd, size_t maxGrowth);
+  Status fill(int fd, size_t maxGrowth, size_t maxRead);
   FrameHeader peekHeader() const;
   void reset();
 
