@@ -8,6 +8,8 @@
 #include <cstring>
 #include <new>
 
+#include "pxm/reclaimer.h"
+
 namespace pxm {
 
 FrameReader::~FrameReader() { std::free(buffer_); }
@@ -65,7 +67,10 @@ void FrameReader::reset() {
 
 void FrameReader::release() {
   if (start_ != end_) return;
-  std::free(buffer_);
+  if (reclaimer_)
+    reclaimer_->take(buffer_, size_);
+  else
+    std::free(buffer_);
   buffer_ = nullptr;
   size_ = start_ = end_ = 0;
 }

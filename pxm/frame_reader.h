@@ -19,6 +19,8 @@
 
 namespace pxm {
 
+class Reclaimer;
+
 class FrameReader {
  public:
   enum class Status {
@@ -34,7 +36,8 @@ class FrameReader {
   // Room for many small frames per read.
   static constexpr size_t kChunk = 64 * 1024;
 
-  FrameReader() = default;
+  // A buffer given up goes to `reclaimer` when there is one, else back at once.
+  explicit FrameReader(Reclaimer* reclaimer = nullptr) : reclaimer_(reclaimer) {}
   ~FrameReader();
   FrameReader(const FrameReader&) = delete;
   FrameReader& operator=(const FrameReader&) = delete;
@@ -88,6 +91,7 @@ class FrameReader {
   FrameHeader peekHeader() const;
   void reset();
 
+  Reclaimer* const reclaimer_;
   char* buffer_ = nullptr;  // malloc'd: grows in place where it can, and untouched room costs
                             // no memory
   size_t size_ = 0;

@@ -26,10 +26,12 @@ constexpr size_t kMinEvents = 64;
 // What one round of the loop reads from all processes together, shared out among those ready
 // (each gets at least kMinShare): however many feed the hub, a round stays short and every
 // process ready in it is served in it.
-constexpr size_t kRoundBytes = 1u << 20;
-constexpr size_t kMinShare = 4096;
+constexpr size_t kRoundBytes = 512u << 10;
+constexpr size_t kMinShare = 1024;
 // Callers taken per round; the rest wait for the next, after the processes already attached.
 constexpr size_t kAcceptsPerRound = 64;
+// Memory given up that goes back to the system per round.
+constexpr size_t kReleasePerRound = 16u << 20;
 // At most this many lines about refusals and cut-offs per window.
 constexpr size_t kLogBurst = 20;
 constexpr std::chrono::seconds kLogWindow{10};
@@ -150,6 +152,10 @@ int Hub::run() {
     flushDirty();
     closeDoomed();
     expireLingering();
+    if (!reclaimer_.empty()) {
+      freed_ += reclaimer_.release(kReleasePerRound);
+      sweepWanted_ = true;  // to trim the heap afterwards
+    }
     const Clock::time_point now = Clock::now();
     if (sweepWanted_ && now >= nextSweep_) {
       sweep(now);
@@ -204,7 +210,8 @@ void Hub::acceptAll() {
       continue;
     }
     const uint64_t id = nextConn_++;
-    auto conn = std::make_unique<HubConnection>(id, fd, cred.pid, cred.uid, Clock::now());
+    auto conn =
+        std::make_unique<HubConnection>(id, fd, cred.pid, cred.uid, Clock::now(), &reclaimer_);
     epoll_event ev{};
     ev.events = EPOLLIN;
     ev.data.u64 = id;
@@ -330,6 +337,8 @@ void Hub::sweep(Clock::time_point now) {
 }
 
 int Hub::waitMs(Clock::time_point now) const {
+  // Goes on at once while memory given up waits to be freed.
+  if (!reclaimer_.empty()) return 0;
   // Wakes now and then while a process cut off has its last frame to read.
   if (!lingering_.empty()) return 100;
   if (!sweepWanted_) return -1;
@@ -584,6 +593,7 @@ void Hub::closeDoomed() {
         continue;
       }
       ::epoll_ctl(epoll_, EPOLL_CTL_DEL, conn->fd(), nullptr);
+      conn->out().clear();
     }
     // Monitors fired by those deaths go out now.
     flushDirty();
@@ -648,6 +658,7 @@ void Hub::expireLingering() {
 void Hub::forget(std::unique_ptr<HubConnection> conn) {
   // Its last frames go with it; a sweep gives the memory back.
   freed_ += conn->out().bytes() + sizeof(HubConnection);
+  conn->out().clear();
   sweepWanted_ = true;
 }
 

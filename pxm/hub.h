@@ -13,7 +13,8 @@
 // reader that does not read its mailbox) is cut off; one that reads its mailbox holds little,
 // and is not. Connections are limited per user and in all, and a connection that says no
 // hello in time, or stops in the middle of a frame, is closed. Every refusal and cut-off is
-// logged with the pid, the uid and the reason, at most a burst of lines per window.
+// logged with the pid, the uid and the reason, at most a burst of lines per window. Memory
+// given up in bulk, by processes gone or cut off, goes back to the system a slice per round.
 
 #include <chrono>
 #include <cstddef>
@@ -29,6 +30,7 @@
 #include "pxm/mailbox_directory.h"
 #include "pxm/name_server.h"
 #include "pxm/peer_access.h"
+#include "pxm/reclaimer.h"
 
 namespace pxm {
 
@@ -109,6 +111,7 @@ class Hub {
   int stop_ = -1;
   int spare_ = -1;  // kept free so that a full descriptor table can still shed a caller
   uint64_t nextConn_;
+  Reclaimer reclaimer_;  // before the connections, which give it their buffers
   std::unordered_map<uint64_t, std::unique_ptr<HubConnection>> conns_;
   std::vector<uint64_t> dirty_;
   std::vector<uint64_t> doomed_;
