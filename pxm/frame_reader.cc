@@ -1,5 +1,6 @@
 #include "pxm/frame_reader.h"
 
+#include <sys/mman.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -12,7 +13,10 @@
 
 namespace pxm {
 
-FrameReader::~FrameReader() { std::free(buffer_); }
+FrameReader::~FrameReader() {
+  start_ = end_;
+  release();
+}
 
 size_t FrameReader::growth() const {
   if (!buffer_) return kChunk;
@@ -30,12 +34,7 @@ FrameReader::Status FrameReader::fill(int fd, size_t maxGrowth, size_t maxRead) 
     if (start_ > 0) std::memmove(buffer_, buffer_ + start_, end_ - start_);
     end_ -= start_;
     start_ = 0;
-    if (more > 0) {
-      char* grown = static_cast<char*>(std::realloc(buffer_, size_ + more));
-      if (!grown) throw std::bad_alloc();
-      buffer_ = grown;
-      size_ += more;
-    }
+    if (more > 0) grow(size_ + more);
   }
   for (;;) {
     // At most a chunk per read, so that one pass over many busy peers stays short.
@@ -65,12 +64,33 @@ void FrameReader::reset() {
   if (size_ > kChunk) release();
 }
 
+void FrameReader::grow(size_t size) {
+  void* grown;
+  if (size <= kChunk) {
+    grown = std::realloc(buffer_, size);
+    if (!grown) throw std::bad_alloc();
+  } else if (size_ <= kChunk) {
+    grown = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (grown == MAP_FAILED) throw std::bad_alloc();
+    std::memcpy(grown, buffer_, end_);
+    std::free(buffer_);
+  } else {
+    // The pages move with their page tables, not by copying.
+    grown = ::mremap(buffer_, size_, size, MREMAP_MAYMOVE);
+    if (grown == MAP_FAILED) throw std::bad_alloc();
+  }
+  buffer_ = static_cast<char*>(grown);
+  size_ = size;
+}
+
 void FrameReader::release() {
   if (start_ != end_) return;
-  if (reclaimer_)
-    reclaimer_->take(buffer_, size_);
-  else
+  if (size_ <= kChunk)
     std::free(buffer_);
+  else if (reclaimer_)
+    reclaimer_->takeMapping(buffer_, size_);
+  else
+    ::munmap(buffer_, size_);
   buffer_ = nullptr;
   size_ = start_ = end_ = 0;
 }

@@ -8,7 +8,8 @@
 // Memory follows the bytes that came, not the length a header announces: the buffer is taken
 // at the first read, doubles only when it is full of one frame's bytes (at most to that
 // frame's size), shrinks back once the frame is done, and release() gives it up while nothing
-// is held.
+// is held. Beyond kChunk the buffer is a mapping of its own, which grows without copying what
+// it holds: hundreds of large frames growing at once cost the hub no copies.
 
 #include <sys/types.h>
 
@@ -88,12 +89,13 @@ class FrameReader {
 
  private:
   Status fill(int fd, size_t maxGrowth, size_t maxRead);
+  void grow(size_t size);
   FrameHeader peekHeader() const;
   void reset();
 
   Reclaimer* const reclaimer_;
-  char* buffer_ = nullptr;  // malloc'd: grows in place where it can, and untouched room costs
-                            // no memory
+  char* buffer_ = nullptr;  // malloc'd up to kChunk, else mapped; untouched room costs no
+                            // memory
   size_t size_ = 0;
   size_t start_ = 0;  // first unread byte
   size_t end_ = 0;    // one past the last byte read

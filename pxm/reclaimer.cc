@@ -1,6 +1,6 @@
 #include "pxm/reclaimer.h"
 
-#include <cstdlib>
+#include <sys/mman.h>
 
 namespace pxm {
 
@@ -16,13 +16,8 @@ void Reclaimer::take(std::vector<char>&& bytes) {
   bytes_ += size;
 }
 
-void Reclaimer::take(char* block, size_t size) {
-  if (!block) return;
-  if (size <= kSmall) {
-    std::free(block);
-    return;
-  }
-  blocks_.push_back(Block{{}, block, size});
+void Reclaimer::takeMapping(void* mapping, size_t size) {
+  blocks_.push_back(Block{{}, mapping, size});
   bytes_ += size;
 }
 
@@ -30,7 +25,7 @@ size_t Reclaimer::release(size_t most) {
   size_t freed = 0;
   for (; freed < most && !blocks_.empty(); blocks_.pop_front()) {
     Block& block = blocks_.front();
-    std::free(block.raw);
+    if (block.mapping) ::munmap(block.mapping, block.size);
     freed += block.size;
     bytes_ -= block.size;
   }

@@ -21,8 +21,8 @@ class Reclaimer {
   Reclaimer& operator=(const Reclaimer&) = delete;
 
   void take(std::vector<char>&& bytes);
-  // A block of `size` bytes from malloc.
-  void take(char* block, size_t size);
+  // An anonymous mapping of `size` bytes.
+  void takeMapping(void* mapping, size_t size);
   // Frees the oldest blocks until at least `most` bytes went, or none is left; gives how many
   // went.
   size_t release(size_t most);
@@ -33,7 +33,7 @@ class Reclaimer {
  private:
   struct Block {
     std::vector<char> frame;
-    char* raw;  // from malloc, when not a frame
+    void* mapping;  // when not a frame
     size_t size;
   };
 
