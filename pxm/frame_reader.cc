@@ -1,5 +1,6 @@
 #include "pxm/frame_reader.h"
 
+#include <sys/mman.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -8,9 +9,14 @@
 #include <cstring>
 #include <new>
 
+#include "pxm/reclaimer.h"
+
 namespace pxm {
 
-FrameReader::~FrameReader() { std::free(buffer_); }
+FrameReader::~FrameReader() {
+  start_ = end_;
+  release();
+}
 
 size_t FrameReader::growth() const {
   if (!buffer_) return kChunk;
@@ -20,7 +26,7 @@ size_t FrameReader::growth() const {
   return std::min(size_ * 2, std::max(whole, size_)) - size_;
 }
 
-FrameReader::Status FrameReader::fill(int fd, size_t maxGrowth) {
+FrameReader::Status FrameReader::fill(int fd, size_t maxGrowth, size_t maxRead) {
   if (end_ == size_) {
     const size_t more = growth();
     if (more > maxGrowth) return Status::kNoRoom;
@@ -28,16 +34,12 @@ FrameReader::Status FrameReader::fill(int fd, size_t maxGrowth) {
     if (start_ > 0) std::memmove(buffer_, buffer_ + start_, end_ - start_);
     end_ -= start_;
     start_ = 0;
-    if (more > 0) {
-      char* grown = static_cast<char*>(std::realloc(buffer_, size_ + more));
-      if (!grown) throw std::bad_alloc();
-      buffer_ = grown;
-      size_ += more;
-    }
+    if (more > 0) grow(size_ + more);
   }
   for (;;) {
     // At most a chunk per read, so that one pass over many busy peers stays short.
-    const ssize_t n = ::recv(fd, buffer_ + end_, std::min(size_ - end_, kChunk), MSG_DONTWAIT);
+    const size_t most = std::min({size_ - end_, kChunk, std::max<size_t>(maxRead, 1)});
+    const ssize_t n = ::recv(fd, buffer_ + end_, most, MSG_DONTWAIT);
     if (n > 0) {
       end_ += static_cast<size_t>(n);
       return Status::kOk;
@@ -62,9 +64,33 @@ void FrameReader::reset() {
   if (size_ > kChunk) release();
 }
 
+void FrameReader::grow(size_t size) {
+  void* grown;
+  if (size <= kChunk) {
+    grown = std::realloc(buffer_, size);
+    if (!grown) throw std::bad_alloc();
+  } else if (size_ <= kChunk) {
+    grown = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (grown == MAP_FAILED) throw std::bad_alloc();
+    std::memcpy(grown, buffer_, end_);
+    std::free(buffer_);
+  } else {
+    // The pages move with their page tables, not by copying.
+    grown = ::mremap(buffer_, size_, size, MREMAP_MAYMOVE);
+    if (grown == MAP_FAILED) throw std::bad_alloc();
+  }
+  buffer_ = static_cast<char*>(grown);
+  size_ = size;
+}
+
 void FrameReader::release() {
   if (start_ != end_) return;
-  std::free(buffer_);
+  if (size_ <= kChunk)
+    std::free(buffer_);
+  else if (reclaimer_)
+    reclaimer_->takeMapping(buffer_, size_);
+  else
+    ::munmap(buffer_, size_);
   buffer_ = nullptr;
   size_ = start_ = end_ = 0;
 }

@@ -8,7 +8,8 @@
 // Memory follows the bytes that came, not the length a header announces: the buffer is taken
 // at the first read, doubles only when it is full of one frame's bytes (at most to that
 // frame's size), shrinks back once the frame is done, and release() gives it up while nothing
-// is held.
+// is held. Beyond kChunk the buffer is a mapping of its own, which grows without copying what
+// it holds: hundreds of large frames growing at once cost the hub no copies.
 
 #include <sys/types.h>
 
@@ -18,6 +19,8 @@
 #include "pxm/frame.h"
 
 namespace pxm {
+
+class Reclaimer;
 
 class FrameReader {
  public:
@@ -34,17 +37,19 @@ class FrameReader {
   // Room for many small frames per read.
   static constexpr size_t kChunk = 64 * 1024;
 
-  FrameReader() = default;
+  // A buffer given up goes to `reclaimer` when there is one, else back at once.
+  explicit FrameReader(Reclaimer* reclaimer = nullptr) : reclaimer_(reclaimer) {}
   ~FrameReader();
   FrameReader(const FrameReader&) = delete;
   FrameReader& operator=(const FrameReader&) = delete;
 
   // `onFrame(const FrameHeader&, const char* body)` returns false to refuse the frame, which
   // stops the reading. The body pointer is valid during the call only. The buffer grows by
-  // at most `maxGrowth` bytes in this call; growth() then tells how much it wanted.
+  // at most `maxGrowth` bytes in this call; growth() then tells how much it wanted. At most
+  // `maxRead` bytes (and at most kChunk) are read.
   template <typename Fn>
-  Status readFrom(int fd, Fn&& onFrame, size_t maxGrowth = SIZE_MAX) {
-    const Status status = fill(fd, maxGrowth);
+  Status readFrom(int fd, Fn&& onFrame, size_t maxGrowth = SIZE_MAX, size_t maxRead = kChunk) {
+    const Status status = fill(fd, maxGrowth, maxRead);
     if (status != Status::kOk && status != Status::kClosed && status != Status::kTruncated)
       return status;
     while (end_ - start_ >= sizeof(FrameHeader)) {
@@ -83,12 +88,14 @@ class FrameReader {
   }
 
  private:
-  Status fill(int fd, size_t maxGrowth);
+  Status fill(int fd, size_t maxGrowth, size_t maxRead);
+  void grow(size_t size);
   FrameHeader peekHeader() const;
   void reset();
 
-  char* buffer_ = nullptr;  // malloc'd: grows in place where it can, and untouched room costs
-                            // no memory
+  Reclaimer* const reclaimer_;
+  char* buffer_ = nullptr;  // malloc'd up to kChunk, else mapped; untouched room costs no
+                            // memory
   size_t size_ = 0;
   size_t start_ = 0;  // first unread byte
   size_t end_ = 0;    // one past the last byte read

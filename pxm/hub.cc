@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -21,7 +22,16 @@ namespace {
 constexpr uint64_t kListenKey = 1;
 constexpr uint64_t kStopKey = 2;
 constexpr uint64_t kFirstConn = 16;
-constexpr int kMaxEvents = 64;
+constexpr size_t kMinEvents = 64;
+// What one round of the loop reads from all processes together, shared out among those ready
+// (each gets at least kMinShare): however many feed the hub, a round stays short and every
+// process ready in it is served in it.
+constexpr size_t kRoundBytes = 512u << 10;
+constexpr size_t kMinShare = 1024;
+// Callers taken per round; the rest wait for the next, after the processes already attached.
+constexpr size_t kAcceptsPerRound = 64;
+// Memory given up that goes back to the system per round.
+constexpr size_t kReleasePerRound = 16u << 20;
 // At most this many lines about refusals and cut-offs per window.
 constexpr size_t kLogBurst = 20;
 constexpr std::chrono::seconds kLogWindow{10};
@@ -99,15 +109,23 @@ int Hub::run() {
     CPMUTIL_LOG_ERROR("pxmd: epoll_create1 failed: %s", strerror(errno));
     return 1;
   }
-  epoll_event events[kMaxEvents];
+  std::vector<epoll_event> events(kMinEvents);
   bool stop = false;
   while (!stop) {
-    const int n = ::epoll_wait(epoll_, events, kMaxEvents, waitMs(Clock::now()));
+    // Room for every descriptor that can be ready, so that none waits for a later round.
+    events.resize(std::max(events.size(), conns_.size() + lingering_.size() + 2));
+    const int n =
+        ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), waitMs(Clock::now()));
     if (n < 0) {
       if (errno == EINTR) continue;
       CPMUTIL_LOG_ERROR("pxmd: epoll_wait failed: %s", strerror(errno));
       return 1;
     }
+    size_t readers = 0;
+    for (int i = 0; i < n; ++i)
+      readers += events[i].data.u64 >= kFirstConn && (events[i].events & ~EPOLLOUT) != 0;
+    const size_t share =
+        std::clamp(kRoundBytes / std::max<size_t>(readers, 1), kMinShare, FrameReader::kChunk);
     for (int i = 0; i < n; ++i) {
       const uint64_t key = events[i].data.u64;
       if (key == kListenKey) {
@@ -129,11 +147,15 @@ int Hub::run() {
         if (!conn.dirty()) dirty_.push_back(conn.id());
         conn.setDirty(true);
       }
-      if (events[i].events & (EPOLLIN | EPOLLHUP | EPOLLERR)) onReadable(conn);
+      if (events[i].events & (EPOLLIN | EPOLLHUP | EPOLLERR)) onReadable(conn, share);
     }
     flushDirty();
     closeDoomed();
     expireLingering();
+    if (!reclaimer_.empty()) {
+      freed_ += reclaimer_.release(kReleasePerRound);
+      sweepWanted_ = true;  // to trim the heap afterwards
+    }
     const Clock::time_point now = Clock::now();
     if (sweepWanted_ && now >= nextSweep_) {
       sweep(now);
@@ -145,7 +167,7 @@ int Hub::run() {
 }
 
 void Hub::acceptAll() {
-  for (;;) {
+  for (size_t taken = 0; taken < kAcceptsPerRound; ++taken) {
     const int fd = ::accept4(listen_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (fd < 0) {
       if (errno == EINTR || errno == ECONNABORTED) continue;
@@ -188,7 +210,8 @@ void Hub::acceptAll() {
       continue;
     }
     const uint64_t id = nextConn_++;
-    auto conn = std::make_unique<HubConnection>(id, fd, cred.pid, cred.uid, Clock::now());
+    auto conn =
+        std::make_unique<HubConnection>(id, fd, cred.pid, cred.uid, Clock::now(), &reclaimer_);
     epoll_event ev{};
     ev.events = EPOLLIN;
     ev.data.u64 = id;
@@ -314,6 +337,8 @@ void Hub::sweep(Clock::time_point now) {
 }
 
 int Hub::waitMs(Clock::time_point now) const {
+  // Goes on at once while memory given up waits to be freed.
+  if (!reclaimer_.empty()) return 0;
   // Wakes now and then while a process cut off has its last frame to read.
   if (!lingering_.empty()) return 100;
   if (!sweepWanted_) return -1;
@@ -321,7 +346,7 @@ int Hub::waitMs(Clock::time_point now) const {
   return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(nextSweep_ - now).count());
 }
 
-void Hub::onReadable(HubConnection& conn) {
+void Hub::onReadable(HubConnection& conn, size_t share) {
   conn.setLastRead(Clock::now());
   sweepWanted_ = true;
   const size_t room = total_ < limits_.budgetBytes ? limits_.budgetBytes - total_ : 0;
@@ -329,7 +354,7 @@ void Hub::onReadable(HubConnection& conn) {
   const FrameReader::Status status = conn.reader().readFrom(
       conn.fd(),
       [&](const FrameHeader& header, const char* body) { return handleFrame(conn, header, body); },
-      room);
+      room, share);
   reading_ = 0;
   if (conn.doomed()) conn.reader().discard();
   settle(conn);
@@ -568,6 +593,7 @@ void Hub::closeDoomed() {
         continue;
       }
       ::epoll_ctl(epoll_, EPOLL_CTL_DEL, conn->fd(), nullptr);
+      conn->out().clear();
     }
     // Monitors fired by those deaths go out now.
     flushDirty();
@@ -632,6 +658,7 @@ void Hub::expireLingering() {
 void Hub::forget(std::unique_ptr<HubConnection> conn) {
   // Its last frames go with it; a sweep gives the memory back.
   freed_ += conn->out().bytes() + sizeof(HubConnection);
+  conn->out().clear();
   sweepWanted_ = true;
 }
 

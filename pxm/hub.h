@@ -1,6 +1,7 @@
 #pragma once
 // The pxmd hub: one thread, one epoll loop over the listening socket, a stop descriptor and
-// every attached process. Reads are one recv per readiness, so no peer can starve the rest;
+// every attached process. Each round serves every process that is ready, with one recv of a
+// bounded share of the round's bytes, so no peer can starve the rest;
 // writes go through each peer's OutQueue, so a slow reader delays only itself. A peer that
 // breaks the protocol or dies in the middle of a frame is cut off, and its mailboxes die as if
 // the process had ended. So is one that goes beyond its HubLimits, after a kError frame that
@@ -12,7 +13,8 @@
 // reader that does not read its mailbox) is cut off; one that reads its mailbox holds little,
 // and is not. Connections are limited per user and in all, and a connection that says no
 // hello in time, or stops in the middle of a frame, is closed. Every refusal and cut-off is
-// logged with the pid, the uid and the reason, at most a burst of lines per window.
+// logged with the pid, the uid and the reason, at most a burst of lines per window. Memory
+// given up in bulk, by processes gone or cut off, goes back to the system a slice per round.
 
 #include <chrono>
 #include <cstddef>
@@ -28,6 +30,7 @@
 #include "pxm/mailbox_directory.h"
 #include "pxm/name_server.h"
 #include "pxm/peer_access.h"
+#include "pxm/reclaimer.h"
 
 namespace pxm {
 
@@ -63,6 +66,7 @@ class Hub {
  private:
   using Clock = std::chrono::steady_clock;
 
+  // Takes the callers waiting, up to a number per round.
   void acceptAll();
   void refuse(int fd, const ucred& cred, Refusal reason, const std::string& why);
   // A line about a refusal or cut-off, unless too many came lately.
@@ -82,7 +86,8 @@ class Hub {
   // Closes connections past their time limits; gives idle read buffers back.
   void sweep(Clock::time_point now);
   int waitMs(Clock::time_point now) const;
-  void onReadable(HubConnection& conn);
+  // Reads at most `share` bytes of `conn` and handles the frames that are whole.
+  void onReadable(HubConnection& conn, size_t share);
   bool handleFrame(HubConnection& conn, const FrameHeader& header, const char* body);
   void reply(HubConnection& conn, uint32_t req, uint32_t value, const void* data = nullptr,
              size_t size = 0);
@@ -106,6 +111,7 @@ class Hub {
   int stop_ = -1;
   int spare_ = -1;  // kept free so that a full descriptor table can still shed a caller
   uint64_t nextConn_;
+  Reclaimer reclaimer_;  // before the connections, which give it their buffers
   std::unordered_map<uint64_t, std::unique_ptr<HubConnection>> conns_;
   std::vector<uint64_t> dirty_;
   std::vector<uint64_t> doomed_;

@@ -10,6 +10,7 @@
 
 #include "pxm/frame_reader.h"
 #include "pxm/out_queue.h"
+#include "pxm/reclaimer.h"
 
 namespace pxm {
 
@@ -17,7 +18,9 @@ class HubConnection {
  public:
   using Clock = std::chrono::steady_clock;
 
-  HubConnection(uint64_t id, int fd, pid_t pid, uid_t uid, Clock::time_point now);
+  // What its buffers give up goes to `reclaimer`.
+  HubConnection(uint64_t id, int fd, pid_t pid, uid_t uid, Clock::time_point now,
+                Reclaimer* reclaimer);
   ~HubConnection();
   HubConnection(const HubConnection&) = delete;
   HubConnection& operator=(const HubConnection&) = delete;

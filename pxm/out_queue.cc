@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "pxm/reclaimer.h"
+
 namespace pxm {
 
 namespace {
@@ -24,6 +26,11 @@ void OutQueue::popped(const Frame& frame) {
   if ((it->second -= frame.bytes.size()) == 0) bySender_.erase(it);
 }
 
+void OutQueue::dropped(Frame& frame) {
+  popped(frame);
+  if (reclaimer_) reclaimer_->take(std::move(frame.bytes));
+}
+
 uint64_t OutQueue::topSender() const {
   uint64_t top = 0;
   size_t most = 0;
@@ -38,7 +45,7 @@ uint64_t OutQueue::topSender() const {
 void OutQueue::dropUnstarted() {
   const size_t keep = offset_ > 0 ? 1 : 0;
   while (frames_.size() > keep) {
-    popped(frames_.back());
+    dropped(frames_.back());
     frames_.pop_back();
   }
   bytes_ = keep ? frames_.front().bytes.size() - offset_ : 0;
@@ -51,12 +58,14 @@ void OutQueue::dropFrom(uint64_t sender) {
                                     [sender](const Frame& f) { return f.sender != sender; });
   for (auto it = kept; it != frames_.end(); ++it) {
     bytes_ -= it->bytes.size();
-    popped(*it);
+    dropped(*it);
   }
   frames_.erase(kept, frames_.end());
 }
 
 void OutQueue::clear() {
+  if (reclaimer_)
+    for (Frame& frame : frames_) reclaimer_->take(std::move(frame.bytes));
   frames_.clear();
   bySender_.clear();
   offset_ = 0;

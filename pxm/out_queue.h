@@ -10,9 +10,14 @@
 
 namespace pxm {
 
+class Reclaimer;
+
 class OutQueue {
  public:
   enum class Result { kDrained, kPending, kError };
+
+  // Frames dropped unwritten go to `reclaimer` when there is one, else back at once.
+  explicit OutQueue(Reclaimer* reclaimer = nullptr) : reclaimer_(reclaimer) {}
 
   // `sender` is the connection whose frame this is, 0 for the hub's own.
   void push(std::vector<char> frame, uint64_t sender = 0);
@@ -39,7 +44,9 @@ class OutQueue {
     uint64_t sender;
   };
   void popped(const Frame& frame);
+  void dropped(Frame& frame);
 
+  Reclaimer* const reclaimer_;
   std::deque<Frame> frames_;
   std::unordered_map<uint64_t, size_t> bySender_;
   size_t offset_ = 0;  // bytes of the front frame already written

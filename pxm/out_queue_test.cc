@@ -4,8 +4,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
+
+#include "pxm/reclaimer.h"
 
 namespace pxm {
 namespace {
@@ -73,6 +76,25 @@ TEST(OutQueueTest, CountsBySenderAndDropsOnlyUnstartedFramesOfOne) {
   EXPECT_EQ(queue.topSender(), 0u);
   ::close(fds[0]);
   ::close(fds[1]);
+}
+
+// What a queue drops unwritten waits in its reclaimer, large frames only, and goes back a slice
+// at a time, oldest first.
+TEST(OutQueueTest, DroppedLargeFramesWaitInTheReclaimerUntilReleased) {
+  constexpr size_t kLarge = 1u << 20;
+  Reclaimer reclaimer;
+  OutQueue queue(&reclaimer);
+  queue.push(std::vector<char>(kLarge, 'a'), 2);
+  queue.push(std::vector<char>(2 * kLarge, 'b'), 3);
+  queue.push(std::vector<char>(10, 'c'), 2);
+  queue.dropFrom(2);
+  EXPECT_EQ(reclaimer.bytes(), kLarge) << "the small frame went at once";
+  queue.clear();
+  EXPECT_EQ(reclaimer.bytes(), 3 * kLarge);
+  EXPECT_EQ(reclaimer.release(1), kLarge);
+  EXPECT_EQ(reclaimer.bytes(), 2 * kLarge);
+  EXPECT_EQ(reclaimer.release(SIZE_MAX), 2 * kLarge);
+  EXPECT_TRUE(reclaimer.empty());
 }
 
 }  // namespace

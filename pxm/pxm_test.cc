@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -20,6 +21,7 @@
 #include "pxm/frame.h"
 #include "tests/e2e/process.h"
 #include "tests/e2e/pxm_hub.h"
+#include "tests/e2e/run_dir.h"
 #include "util/testing/raw_hub_client.h"
 
 namespace pxm {
@@ -627,6 +629,30 @@ TEST(PxmAccessTest, GroupMembersAreAdmittedAndOthersRefusedInWords) {
   ASSERT_EQ(::chmod(hub.runDir().c_str(), 0755), 0);
   ASSERT_EQ(::chmod(hub.socketPath().c_str(), 0666), 0);
   EXPECT_TRUE(refused()) << "neither, with the way open: the hub refuses it";
+}
+
+// The parents that the hub makes on the way to its run directory let the group through too.
+TEST(PxmAccessTest, ParentsTheHubMakesLetItsGroupReachTheSocket) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root, to run children as other users";
+  constexpr gid_t kGroup = 54321;
+  kvn::e2e::RunDir dir;
+  ASSERT_EQ(::chmod(dir.path().c_str(), 0711), 0);
+  const std::string deep = dir.path() + "/a/b/pxm";
+  Process hub(dir, "pxmd", PXMD_PATH, {"--rundir", deep, "--group", std::to_string(kGroup)});
+  ASSERT_TRUE(
+      kvn::e2e::eventually([&] { return ::access((deep + "/default.hub").c_str(), F_OK) == 0; }));
+  for (const std::string& made : {dir.path() + "/a", dir.path() + "/a/b", deep}) {
+    struct stat st {};
+    ASSERT_EQ(::stat(made.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, 0750u) << made;
+    EXPECT_EQ(st.st_gid, kGroup) << made;
+  }
+  Process member(dir, "member", [&] {
+    ::setenv("PXM_RUNDIR", deep.c_str(), 1);
+    return asUser(kNobody, {kGroup}, [] { return init(); });
+  });
+  EXPECT_EQ(member.wait(), 0);
+  EXPECT_EQ(hub.stop(SIGTERM), 0);
 }
 
 // A process that reads, but more slowly than one sender feeds it, is not the one cut off: the

@@ -82,8 +82,17 @@ bool prepareDirectory(const std::string& dir, std::optional<gid_t> group) {
   for (size_t pos = 1; pos <= dir.size(); ++pos) {
     if (pos != dir.size() && dir[pos] != '/') continue;
     const std::string part = dir.substr(0, pos);
-    if (::mkdir(part.c_str(), 0700) != 0 && errno != EEXIST)
+    if (::mkdir(part.c_str(), 0700) != 0) {
+      if (errno == EEXIST) continue;
       return fail("cannot create " + part + ": " + strerror(errno));
+    }
+    // A parent made here lets the group through to the run directory, as the run directory
+    // itself does (which is settled below).
+    if (group && pos != dir.size() &&
+        (::chown(part.c_str(), static_cast<uid_t>(-1), *group) != 0 ||
+         ::chmod(part.c_str(), 0750) != 0))
+      return fail("cannot give " + part + " to group " + std::to_string(*group) + ": " +
+                  strerror(errno));
   }
   struct stat st {};
   if (::lstat(dir.c_str(), &st) != 0) return fail("cannot stat " + dir + ": " + strerror(errno));
