@@ -685,9 +685,9 @@ TEST(PxmHubLimitsTest, SenderFasterThanItsReaderIsCutOffNotTheReader) {
   pxm_exit();
 }
 
-// Connections beyond a limit are refused with the reason; one that says nothing, or stops in
-// the middle of a frame, is closed in time.
-TEST(PxmHubLimitsTest, ConnectionAndTimeLimits) {
+// Connections beyond a limit are refused with the reason, in words through the library. (The
+// time limits are pxm-hostile's: every stalled frame and silent connection must be closed.)
+TEST(PxmHubLimitsTest, ConnectionLimits) {
   // A greeted raw connection. The start-up check of the test's hub connects once too, and
   // may count for a moment.
   auto attach = [](const OwnHub& hub) {
@@ -709,25 +709,11 @@ TEST(PxmHubLimitsTest, ConnectionAndTimeLimits) {
                   "too many connections of uid " + std::to_string(::geteuid()) + " (at most 2)"),
         0);
   }
-  {
-    OwnHub hub({"--max-connections", "1"});
-    ASSERT_TRUE(hub.running());
-    auto only = attach(hub);
-    ASSERT_TRUE(only);
-    EXPECT_EQ(refusedAs(PXM_INIT_TOO_MANY, "too many connections (at most 1)"), 0);
-  }
-  OwnHub hub({"--hello-timeout", "0.2", "--frame-timeout", "0.3"});
+  OwnHub hub({"--max-connections", "1"});
   ASSERT_TRUE(hub.running());
-  RawHubClient silent(hub.socketPath());
-  auto stalled = attach(hub);
-  ASSERT_TRUE(stalled);
-  const FrameHeader header{1000, kCreate, 0};
-  stalled->write(&header, sizeof header);
-  stalled->write("part", 4);
-  const auto start = Clock::now();
-  EXPECT_TRUE(silent.cutOff()) << "no hello";
-  EXPECT_TRUE(stalled->cutOff()) << "a frame begun and then nothing";
-  EXPECT_LT(Clock::now() - start, std::chrono::seconds(3));
+  auto only = attach(hub);
+  ASSERT_TRUE(only);
+  EXPECT_EQ(refusedAs(PXM_INIT_TOO_MANY, "too many connections (at most 1)"), 0);
 }
 
 }  // namespace
