@@ -3,14 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "service/agents/daxo_test_fixture.h"
-#include "tracing/log_capture.h"
 #include "util/mainloop/event_callback_routine.h"
 
 namespace kvn {
 namespace {
-
-using kvn::log::Level;
-using kvn::log::LogCapture;
 
 class DaxoConnectClientTest : public kvn::testing::DaxoTestFixture {
  protected:

@@ -8,13 +8,9 @@
 
 #include "service/datapath/recorder_test_fixture.h"
 #include "service/datapath/recorder_time.h"
-#include "tracing/log_capture.h"
 
 namespace kvn {
 namespace {
-
-using kvn::log::Level;
-using kvn::log::LogCapture;
 
 class RecorderDumpTest : public kvn::testing::RecorderTestFixture {
  protected:
@@ -40,16 +36,11 @@ class RecorderDumpTest : public kvn::testing::RecorderTestFixture {
     for (const Sent& s : sent) out.push_back({s.be16(12), s.be16(14), s.be32(16), s.be32(20)});
     return out;
   }
-  std::string dumped() const {
-    std::string all;
-    for (const Print& p : prints)
-      if (p.sequence != 0) all += p.bytes;
-    return all;
-  }
-
-  // Compared without printing the bytes.
+  // The data chunks' bytes, compared without printing them.
   void expectDumped(const std::string& want) const {
-    const std::string got = dumped();
+    std::string got;
+    for (const Print& p : prints)
+      if (p.sequence != 0) got += p.bytes;
     EXPECT_EQ(got.size(), want.size());
     EXPECT_TRUE(got == want);
   }

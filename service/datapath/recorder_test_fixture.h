@@ -3,8 +3,6 @@
 // memory buffer, a front end that the test confirms by hand, and the agent's answers built in
 // their wire form.
 
-#include <arpa/inet.h>
-
 #include <memory>
 #include <string>
 #include <vector>

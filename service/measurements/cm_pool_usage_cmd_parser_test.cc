@@ -2,15 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "base/big_endian.h"
 #include "service/agents/daxo_match_error.h"
 #include "service/measurements/measurement_test_fixture.h"
 
-namespace kvn {
+namespace kvn::testing {
 namespace {
-
-using kvn::testing::put16;
-using kvn::testing::put32;
 
 class CmPoolUsageCmdParserTest : public testing::MeasurementTestFixture {
  protected:
@@ -48,4 +44,4 @@ TEST_F(CmPoolUsageCmdParserTest, AsksTheAgentAndPrintsItsAnswerAsJson) {
 }
 
 }  // namespace
-}  // namespace kvn
+}  // namespace kvn::testing

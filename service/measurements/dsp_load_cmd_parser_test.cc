@@ -2,17 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include "base/big_endian.h"
 #include "service/agents/daxo_match_error.h"
 #include "service/measurements/cm_pool_usage_cmd_parser.h"
 #include "service/measurements/dsp_load_controller.h"
 #include "service/measurements/measurement_test_fixture.h"
 
-namespace kvn {
+namespace kvn::testing {
 namespace {
-
-using kvn::testing::put16;
-using kvn::testing::put32;
 
 class DspLoadCmdParserTest : public testing::MeasurementTestFixture {
  protected:
@@ -144,4 +140,4 @@ TEST_F(DspLoadCmdParserTest, TheLossOfTheAgentEndsEachCommandWithItsText) {
 }
 
 }  // namespace
-}  // namespace kvn
+}  // namespace kvn::testing

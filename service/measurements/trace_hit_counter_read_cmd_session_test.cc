@@ -2,16 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include "base/big_endian.h"
 #include "service/measurements/measurement_test_fixture.h"
 #include "service/measurements/trace_hit_counter_cmd_parser.h"
 #include "tracing/log_capture.h"
 
 namespace kvn::testing {
 namespace {
-
-using kvn::testing::put16;
-using kvn::testing::put32;
 
 constexpr uint16_t kInfoReq = 0, kInfoCfm = 1, kDataReq = 2, kDataCfm = 3;
 

@@ -65,16 +65,12 @@ TEST(TraceObjectSignalsTest, CountBeyondTheMessageTurnsOnlyWhatIsThere) {
 }
 
 TEST(TraceObjectSignalsTest, InjectedTextArrivesInItsOwnOrder) {
-  // The sender fills each 16-bit word swapped; the conversion swaps it back.
-  const char text[] = "abcd";
   const size_t size = KvnTraceObjectInjectManualTraceUreqS::sizeFor(2);
   Buffer buf(size);
   auto* ind = buf.as<KvnTraceObjectInjectManualTraceUreqS>();
   ind->nrOfWords = 2;
-  for (size_t i = 0; i < 4; i += 2) {
-    ind->text[i] = text[i + 1];
-    ind->text[i + 1] = text[i];
-  }
+  // The sender fills each 16-bit word of the text swapped; the conversion swaps it back.
+  std::memcpy(buf.bytes.data() + 14, "badc", 4);
   KvnTraceObjectInjectManualTraceUreqS::toNetwork(ind, size);
   EXPECT_EQ(buf.be16(12), 2);
   EXPECT_EQ(std::memcmp(buf.bytes.data() + 14, "abcd", 4), 0);

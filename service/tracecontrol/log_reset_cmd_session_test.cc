@@ -7,9 +7,6 @@
 namespace kvn {
 namespace {
 
-constexpr uint32_t kCheck = 1u << 0, kError = 1u << 1, kInfo = 1u << 4, kInterface = 1u << 20;
-constexpr uint32_t kDefault = kCheck | kError | kInfo | kInterface;
-
 class LogResetCmdSessionTest : public kvn::testing::LogTestFixture {
  protected:
   void SetUp() override {

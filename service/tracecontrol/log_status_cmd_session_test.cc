@@ -19,10 +19,8 @@ class LogStatusCmdSessionTest : public kvn::testing::LogTestFixture {
  protected:
   void SetUp() override {
     LogTestFixture::SetUp();
-    Agent a;
-    a.objects = {"obj", kLong};
     // The points' own layout: UTraceControllerStatusTest.
-    a.points = {{"p.a", 1, true}, {"q.off", 2, false}};
+    Agent a{{"obj", kLong}, {{"p.a", 1, true}, {"q.off", 2, false}}};
     addAgent(1, a);
     a.utraceService = false;
     a.objects = {"other"};

@@ -53,6 +53,9 @@ class LogTestFixture : public CmdLayerTestBase {
  protected:
   static constexpr uint16_t kObjectRoutine = 40;
   static constexpr uint16_t kUtraceRoutine = 41;
+  // Trace groups' bits, and those the default profile of an agent enables.
+  static constexpr uint32_t kCheck = 1u << 0, kError = 1u << 1, kInfo = 1u << 4, kTrace1 = 1u << 5,
+                            kInterface = 1u << 20, kDefault = kCheck | kError | kInfo | kInterface;
 
   struct Point {
     std::string name;
@@ -77,8 +80,7 @@ class LogTestFixture : public CmdLayerTestBase {
     r.bbmHwNumber = n;
     r.instanceName = "MOKA";
     r.domainDaxoIndex = n;
-    r.connected = true;
-    r.modelValid = true;
+    r.connected = r.modelValid = true;
     r.mailbox = agentMailbox[n] = pxm.createPeer("daxo-" + std::to_string(n));
     r.lostEvent = std::make_shared<kvntrace::Event>();
     r.traceToggler = std::make_shared<TraceToggler>(n);

@@ -40,9 +40,8 @@ class ProfileCmdParserTest : public kvn::testing::LogTestFixture {
 // The verbose table, a pattern, an unknown name and no agent at all: e2e ProfileCommandTest.
 TEST_F(ProfileCmdParserTest, ListsTheFirstServingAgentsProfilesInOrder) {
   addAgents();
-  EXPECT_EQ(run({"list"}), std::make_pair(std::string("Profiles:\nDefaultProfile\nSched2\n"
-                                                      "Scheduling\n"),
-                                          0));
+  EXPECT_EQ(run({"list"}),
+            std::make_pair(std::string("Profiles:\nDefaultProfile\nSched2\nScheduling\n"), 0));
 }
 
 TEST_F(ProfileCmdParserTest, WrongWordsAreAnsweredWithTheHelp) {

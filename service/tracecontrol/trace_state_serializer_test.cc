@@ -1,9 +1,7 @@
 #include "service/tracecontrol/trace_state_serializer.h"
 
 #include <dirent.h>
-#include <stdlib.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <sstream>
@@ -19,9 +17,6 @@ namespace {
 
 using kvn::log::Level;
 using kvn::log::LogCapture;
-
-constexpr uint32_t kCheck = 1u << 0, kError = 1u << 1, kInfo = 1u << 4, kTrace1 = 1u << 5,
-                   kInterface = 1u << 20;
 
 class TraceStateSerializerTest : public kvn::testing::LogTestFixture {
  protected:
@@ -99,7 +94,7 @@ TEST_F(TraceStateSerializerTest, ManualLinesOfAnotherContainerAreDroppedWithThei
   EXPECT_EQ(manual().forcedOff(1), kCheck);
   EXPECT_EQ(DaxoTraceModel::get(1).enabledProfiles.count("Scheduling"), 1u);
   settle(1);  // the dropped object follows the profiles again
-  EXPECT_EQ(mask(1, "obj"), kCheck | kError | kInfo | kInterface);
+  EXPECT_EQ(mask(1, "obj"), kDefault);
 }
 
 TEST_F(TraceStateSerializerTest, ManualLineWithoutItsObjectLineComesBackForcedOff) {
