@@ -11,9 +11,7 @@ class LogResetCmdSessionTest : public kvn::testing::LogTestFixture {
  protected:
   void SetUp() override {
     LogTestFixture::SetUp();
-    Agent a;
-    a.objects = {"obj", "other"};
-    a.points = {{"utp.1", 5, false}};
+    Agent a{{"obj", "other"}, {{"utp.1", 5, false}}};
     a.profiles["Extra"] = {"*;*;other.trace1"};
     DaxoRecord& r = addAgent(1, a);
     r.enabledProfiles.insert("Extra");

@@ -19,6 +19,7 @@
 #include "service/tracecontrol/utrace_config.h"
 #include "tracetables/bad_profile_exception.h"
 #include "tracetables/profile_provider.h"
+#include "tracing/log_capture.h"
 #include "util/cmd/cmd_session.h"
 #include "util/cmd/tavi_command_proxy.h"
 #include "util/mainloop/event.h"
@@ -51,6 +52,8 @@ class FakeProfileProvider : public kvntrace::ProfileProvider {
 
 class LogTestFixture : public CmdLayerTestBase {
  protected:
+  using Level = kvn::log::Level;
+  using LogCapture = kvn::log::LogCapture;
   static constexpr uint16_t kObjectRoutine = 40;
   static constexpr uint16_t kUtraceRoutine = 41;
   // Trace groups' bits, and those the default profile of an agent enables.

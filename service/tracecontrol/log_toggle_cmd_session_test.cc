@@ -13,9 +13,7 @@ class LogToggleCmdSessionTest : public kvn::testing::LogTestFixture {
  protected:
   void SetUp() override {
     LogTestFixture::SetUp();
-    Agent a;
-    a.objects = {"obj", "other", "a"};
-    a.points = {{"utp.1", 5, false}, {"utp.2", 6, true}};
+    Agent a{{"obj", "other", "a"}, {{"utp.1", 5, false}, {"utp.2", 6, true}}};
     a.profiles["Extra"] = {"*;*;obj.trace1", "*;*;nothing.here"};
     addAgent(1, a);
     a.objects = {"other"};

@@ -5,7 +5,6 @@
 #include "service/tracecontrol/log_test_fixture.h"
 #include "service/tracecontrol/profile_application.h"
 #include "tracetables/trace_group_table.h"
-#include "tracing/log_capture.h"
 
 namespace kvn {
 namespace {
@@ -76,10 +75,10 @@ TEST_F(TraceObjectControllerTest, IncludedProfilesAreFollowedOnceAndFilteredForT
 TEST_F(TraceObjectControllerTest, UnknownEnabledProfileSelectsNothingAndIsLogged) {
   DaxoRecord& r = addAgent(1, Agent{{"obj"}, {}});
   r.enabledProfiles.insert("Gone");
-  kvn::log::LogCapture cap;
+  LogCapture cap;
   controller(1).getChanges();
   EXPECT_EQ(mask(1, "obj"), kDefault);
-  EXPECT_TRUE(cap.has(kvn::log::Level::Error, "Invalid profile name Gone"));
+  EXPECT_TRUE(cap.has(Level::Error, "Invalid profile name Gone"));
 }
 
 // A lost agent's batch ends in the command's failure, never in its done: LogToggleCmdSessionTest.
@@ -109,9 +108,7 @@ TEST_F(TraceObjectControllerTest, BatchesGoOneAtATimeInOrder) {
 }
 
 TEST_F(TraceObjectControllerTest, ReapplyAllSendsEveryMaskAndTheWholeUtraceSettingOnce) {
-  Agent a;
-  a.objects = {"x", "y"};
-  a.points = {{"p.on", 7, true}, {"p.off", 8, false}, {"q.hit", 9, false}};
+  Agent a{{"x", "y"}, {{"p.on", 7, true}, {"p.off", 8, false}, {"q.hit", 9, false}}};
   a.profiles["Hits"] = {"*;*;q.*", "*;*;y.trace1"};
   DaxoRecord& r = addAgent(1, a);
   r.enabledProfiles.insert("Hits");

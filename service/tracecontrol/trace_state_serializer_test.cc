@@ -9,22 +9,17 @@
 #include <gtest/gtest.h>
 
 #include "service/tracecontrol/log_test_fixture.h"
-#include "tracing/log_capture.h"
 #include "util/testing/scratch_dir.h"
 
 namespace kvn {
 namespace {
 
-using kvn::log::Level;
-using kvn::log::LogCapture;
-
 class TraceStateSerializerTest : public kvn::testing::LogTestFixture {
  protected:
   // A fresh agent 1: objects obj, ulScheduler, harq; three utrace points.
   DaxoRecord& fresh() {
-    Agent a;
-    a.objects = {"obj", "ulScheduler", "harq"};
-    a.points = {{"ul.grant", 1, false}, {"ul.alloc", 2, true}, {"harq.retx", 3, false}};
+    Agent a{{"obj", "ulScheduler", "harq"},
+            {{"ul.grant", 1, false}, {"ul.alloc", 2, true}, {"harq.retx", 3, false}}};
     a.profiles["Scheduling"] = {"*;*;*Scheduler.trace1"};
     return addAgent(1, a);
   }

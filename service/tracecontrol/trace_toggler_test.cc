@@ -12,11 +12,9 @@ class TraceTogglerTest : public kvn::testing::LogTestFixture {
  protected:
   void SetUp() override {
     LogTestFixture::SetUp();
-    Agent a;
     // "dup" is an object, a utrace point and a profile at once; "x.info" both an object's
     // group and a utrace point.
-    a.objects = {"dup", "x", "a.b"};
-    a.points = {{"dup", 1, false}, {"x.info", 2, false}};
+    Agent a{{"dup", "x", "a.b"}, {{"dup", 1, false}, {"x.info", 2, false}}};
     a.profiles["dup"] = {"*;*;x.trace9"};
     a.profiles["Prof"] = {"*;*;x.trace8"};
     addAgent(1, a);
