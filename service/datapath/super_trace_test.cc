@@ -180,9 +180,8 @@ TEST_F(SuperTraceTest, ARecordingStartsAndStopsOverItsGroup) {
   EXPECT_EQ(ended, "");
   confirm(2, kProducerStop);
   EXPECT_EQ(ended, "Stopped recording on daxos.\n");
-}
 
-TEST_F(SuperTraceTest, OnlyAgentsStartedTogetherStopTogether) {
+  // Only agents started together stop together.
   for (uint16_t n : {1, 2}) started(kSuperTraceRecording, {n});
   stopRun({1, 2});
   EXPECT_EQ(ended, "failed: Can only stop recordings on daxos which were started together.\n");

@@ -1,8 +1,8 @@
 #include "service/tracecontrol/trace_state_serializer.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -134,13 +134,10 @@ class TraceStateFileTest : public ::testing::Test {
  protected:
   std::vector<std::string> entries() {
     std::vector<std::string> names;
-    DIR* d = opendir(dir.c_str());
-    while (dirent* e = readdir(d))
-      if (e->d_name[0] != '.') names.push_back(e->d_name);
-    closedir(d);
+    for (const auto& e : std::filesystem::directory_iterator(dir))
+      names.push_back(e.path().filename());
     return names;
   }
-  static std::string read(const std::string& path) { return kvn::testing::ScratchDir::read(path); }
   const kvn::testing::ScratchDir scratch;
   const std::string dir = scratch.path();
 };
@@ -150,7 +147,7 @@ TEST_F(TraceStateFileTest, ReplacesTheWholeFileAndLeavesNoTemporary) {
   std::ofstream(path + ".tmp") << "the stub of a save that was killed";
   ASSERT_TRUE(TraceStateSerializer::writeFile(path, "a long first state\n"));
   ASSERT_TRUE(TraceStateSerializer::writeFile(path, "second\n"));
-  EXPECT_EQ(read(path), "second\n");
+  EXPECT_EQ(kvn::testing::ScratchDir::read(path), "second\n");
   EXPECT_EQ(entries(), std::vector<std::string>{"state"});
   struct stat st;
   ASSERT_EQ(stat(path.c_str(), &st), 0);
@@ -166,7 +163,7 @@ TEST_F(TraceStateFileTest, FailureLeavesTheOldStateAndNothingElse) {
   std::ofstream(dir + "/state/old") << "old\n";
   EXPECT_FALSE(TraceStateSerializer::writeFile(dir + "/state", "new\n"));
   EXPECT_EQ(entries(), std::vector<std::string>{"state"});
-  EXPECT_EQ(read(dir + "/state/old"), "old\n");
+  EXPECT_EQ(kvn::testing::ScratchDir::read(dir + "/state/old"), "old\n");
 }
 
 }  // namespace
