@@ -9,10 +9,10 @@
 #include "service/datapath/recorder_test_fixture.h"
 #include "service/datapath/recorder_time.h"
 
-namespace kvn {
+namespace kvn::testing {
 namespace {
 
-class RecorderDumpTest : public kvn::testing::RecorderTestFixture {
+class RecorderDumpTest : public RecorderTestFixture {
  protected:
   void SetUp() override {
     connectDaxo();
@@ -89,7 +89,7 @@ TEST_F(RecorderDumpTest, TheTimeWindowKeepsWholeBlocksThatReachIntoIt) {
   // The last second of the data is 1.5 s to 2.5 s: block 1 ends just at its start.
   EXPECT_EQ(fields(dump({"dump", "1:rtt", "-d", "1s"}, h)), (F{{1, 1, 0, 10}, {2, 2, 0, 10}}));
   EXPECT_TRUE(prints.empty());  // no marker without lpp
-  const int64_t t0 = int64_t{kT} * 1000000;
+  const int64_t t0 = int64_t{kSuperT} * 1000000;
   EXPECT_EQ(
       fields(dump({"dump", "1:rtt", "--time", formatTimestamp(t0 + 600000), "-d", "100us"}, h)),
       (F{{1, 1, 0, 10}}));
@@ -161,4 +161,4 @@ TEST_F(RecorderDumpTest, AnAgentLostEndsTheDumpAndLeavesNoRoutineBehind) {
 }
 
 }  // namespace
-}  // namespace kvn
+}  // namespace kvn::testing
