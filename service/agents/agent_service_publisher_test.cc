@@ -52,15 +52,13 @@ class AgentServicePublisherTest : public DaxoTestFixture {
 };
 
 TEST_F(AgentServicePublisherTest, EachAgentGetsItsNameAndItsNumber) {
-  Description second = agent(2);
-  Description unnamed = agent(3);
-  unnamed.instanceName = "";
-  Description slashed = agent(4);
-  slashed.instanceName = "a/b/c";
   connectAgent(agent(1));
-  connectAgent(second);  // the same name as agent 1: published once
-  connectAgent(unnamed);
-  connectAgent(slashed);
+  connectAgent(agent(2));  // the same name as agent 1: published once
+  for (const auto& [n, name] : {std::pair<uint16_t, const char*>{3, ""}, {4, "a/b/c"}}) {
+    Description d = agent(n);
+    d.instanceName = name;
+    connectAgent(d);
+  }
   EXPECT_EQ(held(),
             (Names{"kvn-tracecontroller:MOKA", "kvn-tracecontroller:a-b-c", "kvn-tracecontroller;1",
                    "kvn-tracecontroller;2", "kvn-tracecontroller;3", "kvn-tracecontroller;4"}));

@@ -18,9 +18,7 @@ class DspLoadCmdParserTest : public testing::MeasurementTestFixture {
 
   // One DSP entry on the wire: loads, histogram, pooled.
   static void putEntry(std::vector<uint8_t>& b, uint16_t load, uint16_t pooled) {
-    put16(b, load - 1);
-    put16(b, load + 1);
-    put16(b, load);
+    for (int v : {load - 1, load + 1, +load}) put16(b, static_cast<uint16_t>(v));
     for (uint32_t c = 1; c <= 5; ++c) put32(b, c);
     put16(b, pooled);
   }
