@@ -46,8 +46,7 @@ class RecordingFactory : public LogSessionFactory {
 
 class LogCmdParserTest : public kvn::testing::LogTestFixture {
  protected:
-  void SetUp() override {
-    LogTestFixture::SetUp();
+  LogCmdParserTest() {
     Agent a{{"obj"}, {{"utp.1", 5, false}}};
     addAgent(1, a);
     a.objects.clear();

@@ -9,8 +9,7 @@ namespace {
 
 class LogResetCmdSessionTest : public kvn::testing::LogTestFixture {
  protected:
-  void SetUp() override {
-    LogTestFixture::SetUp();
+  LogResetCmdSessionTest() {
     Agent a{{"obj", "other"}, {{"utp.1", 5, false}}};
     a.profiles["Extra"] = {"*;*;other.trace1"};
     DaxoRecord& r = addAgent(1, a);

@@ -17,8 +17,7 @@ const std::string kLong = "aVeryLongTraceObjectNameOfMoreThan38Chars";
 // The profile form and the save: e2e StateSaveTest, which reads both.
 class LogStatusCmdSessionTest : public kvn::testing::LogTestFixture {
  protected:
-  void SetUp() override {
-    LogTestFixture::SetUp();
+  LogStatusCmdSessionTest() {
     // The points' own layout: UTraceControllerStatusTest.
     Agent a{{"obj", kLong}, {{"p.a", 1, true}, {"q.off", 2, false}}};
     addAgent(1, a);

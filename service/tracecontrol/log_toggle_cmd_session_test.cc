@@ -11,8 +11,7 @@ namespace {
 // flight per agent are checked against the real agent in e2e LogCommandTest.
 class LogToggleCmdSessionTest : public kvn::testing::LogTestFixture {
  protected:
-  void SetUp() override {
-    LogTestFixture::SetUp();
+  LogToggleCmdSessionTest() {
     Agent a{{"obj", "other", "a"}, {{"utp.1", 5, false}, {"utp.2", 6, true}}};
     a.profiles["Extra"] = {"*;*;obj.trace1", "*;*;nothing.here"};
     addAgent(1, a);

@@ -10,8 +10,7 @@ namespace {
 // A lone utrace point and a profile: LogToggleCmdSessionTest.
 class TraceTogglerTest : public kvn::testing::LogTestFixture {
  protected:
-  void SetUp() override {
-    LogTestFixture::SetUp();
+  TraceTogglerTest() {
     // "dup" is an object, a utrace point and a profile at once; "x.info" both an object's
     // group and a utrace point.
     Agent a{{"dup", "x", "a.b"}, {{"dup", 1, false}, {"x.info", 2, false}}};
