@@ -3,23 +3,19 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include "util/mainloop/pxm_mainloop.h"
-#include "util/mainloop/timer_queue.h"
-#include "util/testing/fake_pxm.h"
+#include "util/testing/loop_with_table.h"
 
 namespace {
 
 TEST(StopSignalHandler, SignalStopsTheLoopOnceThenTakesTheDefaultAction) {
-  kvn::testing::FakePxm pxm;
-  TimerQueue timers;
-  PxmMainloop loop(&pxm, "svc", &timers);
-  StopSignalHandler::install(&loop);
+  kvn::testing::LoopWithTable t;
+  StopSignalHandler::install(&t.loop);
 
   int idleRounds = 0;
-  pxm.setIdleHook([&] {
+  t.pxm.setIdleHook([&] {
     if (++idleRounds == 2) raise(SIGHUP);
   });
-  loop.run();
+  t.loop.run();
   EXPECT_EQ(idleRounds, 2);
 
   struct sigaction now = {};

@@ -52,15 +52,13 @@ class AgentServicePublisherTest : public DaxoTestFixture {
 };
 
 TEST_F(AgentServicePublisherTest, EachAgentGetsItsNameAndItsNumber) {
-  Description second = agent(2);
-  Description unnamed = agent(3);
-  unnamed.instanceName = "";
-  Description slashed = agent(4);
-  slashed.instanceName = "a/b/c";
   connectAgent(agent(1));
-  connectAgent(second);  // the same name as agent 1: published once
-  connectAgent(unnamed);
-  connectAgent(slashed);
+  connectAgent(agent(2));  // the same name as agent 1: published once
+  for (const auto& [n, name] : {std::pair<uint16_t, const char*>{3, ""}, {4, "a/b/c"}}) {
+    Description d = agent(n);
+    d.instanceName = name;
+    connectAgent(d);
+  }
   EXPECT_EQ(held(),
             (Names{"kvn-tracecontroller:MOKA", "kvn-tracecontroller:a-b-c", "kvn-tracecontroller;1",
                    "kvn-tracecontroller;2", "kvn-tracecontroller;3", "kvn-tracecontroller;4"}));
@@ -90,12 +88,12 @@ TEST_F(AgentServicePublisherTest, NamesOfALostAgentLingerUntilAnotherInstanceHas
   // Withdrawn once another instance has it: e2e NamesHandoverTest.
 }
 
-TEST_F(AgentServicePublisherTest, AnAgentBackBeforeTheHandOverKeepsItsNamesWithoutAGap) {
+TEST_F(AgentServicePublisherTest, AnAgentBackBeforeTheHandOverKeepsItsNamesAndLingersAgain) {
   const pxm_mbox_id_t first = connectAgent(agent(1));
   disconnect(first);
   EXPECT_TRUE(names.isLingering("kvn-tracecontroller:MOKA"));
 
-  connectAgent(agent(1));
+  const pxm_mbox_id_t second = connectAgent(agent(1));
   EXPECT_FALSE(names.isLingering("kvn-tracecontroller:MOKA"));
   EXPECT_FALSE(names.isLingering("kvn-tracecontroller;1"));
   EXPECT_EQ(publishCalls.size(), 2u) << "never withdrawn, so never published again";
@@ -103,12 +101,8 @@ TEST_F(AgentServicePublisherTest, AnAgentBackBeforeTheHandOverKeepsItsNamesWitho
   // The old connection's lost event is over; a later indication changes nothing.
   subscriber.foreignPublication("kvn-tracecontroller;1");
   EXPECT_EQ(held(), (Names{"kvn-tracecontroller:MOKA", "kvn-tracecontroller;1"}));
-}
 
-TEST_F(AgentServicePublisherTest, SecondLossOfAReconnectedAgentLingersAgain) {
-  const pxm_mbox_id_t first = connectAgent(agent(1));
-  disconnect(first);
-  const pxm_mbox_id_t second = connectAgent(agent(1));
+  // A second loss lingers again, until another instance has the names.
   disconnect(second);
   EXPECT_TRUE(names.isLingering("kvn-tracecontroller:MOKA"));
   EXPECT_TRUE(names.isLingering("kvn-tracecontroller;1"));

@@ -3,14 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "service/agents/daxo_test_fixture.h"
-#include "tracing/log_capture.h"
 #include "util/mainloop/event_callback_routine.h"
 
 namespace kvn {
 namespace {
-
-using kvn::log::Level;
-using kvn::log::LogCapture;
 
 class DaxoConnectClientTest : public kvn::testing::DaxoTestFixture {
  protected:
@@ -81,7 +77,6 @@ TEST_F(DaxoConnectClientTest, StrangersAndOutOfRangeNumbersChangeNothing) {
 
   // A message to a routine other than 0 and 5 still raises the connect event.
   std::vector<uint8_t> msg(40, 0);
-  msg[4] = 0;
   reinterpret_cast<KvnObsSubMessageWithSubMsgNo*>(msg.data())->dstRoutineId = 7;
   LogCapture cap;
   client->handleConnect(99, msg.data(), msg.size());

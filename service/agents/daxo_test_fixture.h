@@ -12,6 +12,7 @@
 #include "service/agents/daxo_connect_client.h"
 #include "service/agents/daxo_connection_monitor.h"
 #include "service/agents/daxo_trace_model.h"
+#include "tracing/log_capture.h"
 #include "util/mainloop/event.h"
 #include "util/mainloop/routine_proxy.h"
 #include "util/testing/loop_with_table.h"
@@ -21,6 +22,8 @@ namespace kvn::testing {
 class DaxoTestFixture : public ::testing::Test, protected LoopWithTable {
  protected:
   using Description = kvn::daxosim::AgentDescription;
+  using Level = kvn::log::Level;
+  using LogCapture = kvn::log::LogCapture;
 
   DaxoTestFixture() {
     DaxoTraceModel::resetAll();

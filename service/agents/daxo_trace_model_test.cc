@@ -1,22 +1,15 @@
 #include "service/agents/daxo_trace_model.h"
 
 #include <stdlib.h>
-#include <unistd.h>
-
-#include <fstream>
 
 #include <gtest/gtest.h>
 
 #include "service/agents/daxo_connect_hooks.h"
 #include "service/agents/daxo_test_fixture.h"
-#include "tracing/log_capture.h"
 
 namespace kvn {
 namespace {
 
-using kvn::log::Level;
-using kvn::log::LogCapture;
-using Attr = kvn::daxosim::AgentDescription::Attribute;
 using Form = kvn::daxosim::AgentDescription::ConnectForm;
 
 class DaxoTraceModelTest : public kvn::testing::DaxoTestFixture {

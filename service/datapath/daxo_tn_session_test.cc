@@ -34,8 +34,8 @@ TEST_F(DaxoTnSessionTest, SetsUpPortUdpSessionAndSocketThenTearsThemDownInRevers
   const Sent req = diagGets(0);
   ASSERT_EQ(req.size, 562u);
   EXPECT_EQ(req.dstRoutineId, 0);
-  const uint32_t clientRef = req.be32(12);
-  EXPECT_NE(clientRef, 0u) << "the session's routine id";
+  const uint32_t clientRef = req.be32(12);  // the session's routine id
+  EXPECT_NE(clientRef, 0u);
   EXPECT_EQ(req.text(16, 21), std::string("ManagedElement=1,X=1") + '\0');
   EXPECT_EQ(req.be16(528), 4);
   EXPECT_EQ(Bytes(req.bytes.begin() + 530, req.bytes.begin() + 534), (Bytes{10, 0, 0, 1}));
@@ -49,8 +49,7 @@ TEST_F(DaxoTnSessionTest, SetsUpPortUdpSessionAndSocketThenTearsThemDownInRevers
 
   const Sent config = agentGets(6);
   EXPECT_EQ(config.be16(12), 7);
-  EXPECT_EQ(Bytes(config.bytes.begin() + 14, config.bytes.begin() + 20),
-            (Bytes{0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF}));
+  EXPECT_EQ(config.text(14, 6), "\xAA\xBB\xCC\xDD\xEE\xFF");
   EXPECT_EQ(config.be16(20), 33) << "no inner VLAN from the TSI proxy: the agent's";
   EXPECT_EQ(config.be32(22), 5000u);
   EXPECT_EQ(config.be16(26), 0x22) << "the low 16 bits of the outer VLAN";
@@ -192,8 +191,7 @@ TEST_F(DaxoTnSessionTest, ALostAgentEndsTheSessionSilentlyAtAnyStep) {
   r.lostEvent = std::make_shared<kvntrace::Event>();
   r.traceDest.proxy =
       std::make_shared<TraceDestProxy>(&table, agentMbox, kDestRoutine, r.lostEvent->getId());
-  TraceDestinationStore& s = store();
-  s.stopSession(kAgent, 4);  // the store of this test has no monitor to forget the agent
+  store().stopSession(kAgent, 4);  // the store of this test has no monitor to forget the agent
   const uint16_t before = dest->getActiveTsiSessions();
   ready();
   unroute();

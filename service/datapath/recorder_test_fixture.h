@@ -3,8 +3,6 @@
 // memory buffer, a front end that the test confirms by hand, and the agent's answers built in
 // their wire form.
 
-#include <arpa/inet.h>
-
 #include <memory>
 #include <string>
 #include <vector>
@@ -34,23 +32,13 @@ inline kvnSuperTimeS superTime(int64_t micros, uint32_t bfn = 0) {
 inline kvnSuperBlockHeaderS superBlock(uint16_t source, uint16_t sequence, uint32_t size,
                                        uint16_t dmaInterrupts, kvnSuperTimeS start,
                                        kvnSuperTimeS end, uint16_t errors = 0) {
-  kvnSuperBlockHeaderS h{};
-  h.source = source;
-  h.address = 0x1000;
-  h.size = size;
-  h.dmaInterrupts = dmaInterrupts;
-  h.errors = errors;
-  h.sequence = sequence;
-  h.startTime = start;
-  h.endTime = end;
-  return h;
+  return {source, 0x1000, size, dmaInterrupts, errors, sequence, start, end};
 }
 
 class RecorderTestFixture : public DaxoTestFixture {
  protected:
   using Sent = FakePxm::Sent;
   static constexpr uint16_t kControlRoutine = 10, kBufferRoutine = 11, kFrontRoutine = 77;
-  static constexpr uint32_t kT = kSuperT;
 
   struct Print {
     uint16_t sequence;

@@ -73,6 +73,8 @@ class RouteTest : public kvn::testing::TnTestFixture {
     return out->getText();
   }
 
+  using TnTestFixture::answer;  // the agent answers a request
+
   Answer command(const std::vector<std::string>& words) {
     answer_ = {};
     launch(parse(words));
@@ -113,10 +115,6 @@ class RouteTest : public kvn::testing::TnTestFixture {
     }
     ADD_FAILURE() << "nothing reached routine " << routine;
     return Sent();
-  }
-  void reply(const Sent& req, uint16_t submsgno, const Bytes& body = {}) {
-    pxm.injectObs(agentMbox, req.srcRoutineId, req.dstRoutineId, submsgno, body);
-    run();
   }
 
   RouteCmdParser parser;
@@ -161,12 +159,12 @@ TEST_F(RouteTest, DetachesEveryLinkWithTheNewSocketThenAttaches) {
   EXPECT_EQ(detach.be16(12), 0);  // link index
   EXPECT_EQ(detach.be16(14), 5);  // the new route's socket
   EXPECT_TRUE(held.empty() && pxm.queued(agentMbox) == 0) << "nothing before the confirm";
-  reply(detach, kDetachCfm);
+  answer(detach, kDetachCfm);
   const Sent attach = take(kRttEmbuf, kAttach);
   EXPECT_EQ(attach.be16(14), 5);
   EXPECT_TRUE(cell(2, 4).attached);
   EXPECT_FALSE(answer().result);
-  reply(attach, kAttachCfm);
+  answer(attach, kAttachCfm);
   EXPECT_EQ(ended(), "0: ");
   EXPECT_EQ(table.usedSlots(), slotsBefore);
 }
@@ -177,13 +175,13 @@ TEST_F(RouteTest, RefusalsAndRejectsLeaveTheFlagsAsTheyWereSet) {
 
   cell(2, 7).attached = true;
   command({"1:rtt", "embuf"});
-  reply(take(kRttEbcom, kDetach), 3, cause(1));
+  answer(take(kRttEbcom, kDetach), 3, cause(1));
   EXPECT_EQ(ended(), "1: Route detach rejected\n");
   EXPECT_FALSE(cell(2, 7).attached);
   EXPECT_FALSE(cell(2, 4).attached);
 
   command({"1:rtt", "embuf"});
-  reply(take(kRttEmbuf, kAttach), kAttachRej, cause(1));
+  answer(take(kRttEmbuf, kAttach), kAttachRej, cause(1));
   EXPECT_EQ(answer().text, "Route rejected\n");
   EXPECT_TRUE(cell(2, 4).attached);
 
@@ -217,8 +215,8 @@ TEST_F(RouteTest, AnAbortDuringTheTnSetUpLeavesNothingBehind) {
   pxm.injectObs(peer, life, kFrontEndRoutine, 4);
   run();
   EXPECT_EQ(answer().result, std::optional<int>(1));
-  reply(alloc, 1, allocCfm());
-  reply(take(kDestRoutine, 3), 4);
+  answer(alloc, 1, allocCfm());
+  answer(take(kDestRoutine, 3), 4);
   EXPECT_FALSE(store().find("net1")->inUse());
   EXPECT_EQ(table.usedSlots(), slotsBefore);
 }
@@ -245,7 +243,7 @@ TEST_F(RouteTest, ALostAgentEndsTheRouteWhileALinkOrTheStreamIsAwaited) {
       std::make_shared<SuperTraceBufferProxy>(&table, agentMbox, kBuffer, r.lostEvent->getId());
   slotsBefore = table.usedSlots();
   command({"1:embuf", "ebcom"});
-  reply(take(kEmbufEbcom, kAttach), kAttachCfm);
+  answer(take(kEmbufEbcom, kAttach), kAttachCfm);
   take(kBuffer, kSetUp);
   lose();
 }

@@ -8,15 +8,12 @@
 #include "service/datapath/recorder_time.h"
 #include "util/clock/bfn.h"
 
-namespace kvn {
+namespace kvn::testing {
 namespace {
 
 using Blocks = SuperTraceBufferIndex::Blocks;
 
-using kvn::testing::superBlock;
-using kvn::testing::superTime;
-
-constexpr int64_t kT0 = int64_t{kvn::testing::kSuperT} * 1000000;
+constexpr int64_t kT0 = int64_t{kSuperT} * 1000000;
 const std::vector<uint16_t> kAll = {0, 1, 2, 3, 4};
 
 kvnSuperTimeS noWall(uint32_t frame) { return {5, 0, Bfn::of(frame, 0, 0, 0).value()}; }
@@ -143,4 +140,4 @@ TEST(SuperTraceBufferIndexTest, DumpWindowKeepsWholeBlocksThatReachIntoIt) {
 }
 
 }  // namespace
-}  // namespace kvn
+}  // namespace kvn::testing

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -16,14 +16,10 @@
 #include "service/datapath/super_trace_start.h"
 #include "service/datapath/super_trace_stop.h"
 #include "service/datapath/super_trace_streaming.h"
-#include "tracing/log_capture.h"
 #include "util/mainloop/event_callback_routine.h"
 
 namespace kvn {
 namespace {
-
-using kvn::log::Level;
-using kvn::log::LogCapture;
 
 // Sub-message numbers of the SuperTrace signals.
 enum : uint16_t { kConsumerStart = 0, kConsumerStop = 1, kProducerStart = 3, kProducerStop = 4 };
@@ -32,23 +28,18 @@ enum : uint16_t { kProducerStopCfm = 5, kSetUp = 6, kFull = 8, kEmpty = 9 };
 // Agents 1 and 2, connected in every test.
 class SuperTraceTest : public kvn::testing::RecorderTestFixture {
  protected:
-  struct Outcome {
-    bool failed = false;
-    std::string text;
-  };
+  using V = std::vector<uint16_t>;
 
   SuperTraceTest() {
     for (uint16_t n : {1, 2}) peer[n] = connectDaxo(n);
   }
 
-  // Builds an action with `make`, forwards the agents' lost events to it, and starts it.
-  template <typename Make>
-  void run(std::vector<uint16_t> agents, Make make) {
+  // Starts `a`, the agents' lost events forwarded to it; `ended` tells how it ended, its text
+  // marked when it failed, and stays empty while it runs.
+  void run(const V& agents, std::shared_ptr<SuperTraceAction> a) {
     dropAction();
-    outcome.reset();
-    action = make(agents, [this](bool failed, const std::string& text) {
-      outcome = Outcome{failed, text};
-    });
+    ended.clear();
+    action = std::move(a);
     lostForwarder = std::make_shared<EventCallbackRoutine>();
     table.allocate(lostForwarder);
     for (uint16_t n : agents)
@@ -57,16 +48,14 @@ class SuperTraceTest : public kvn::testing::RecorderTestFixture {
     action->start();
     pxm.runUntilIdle(loop);
   }
-  void startRun(std::vector<uint16_t> agents, uint32_t mode) {
-    run(agents, [&](std::vector<uint16_t> a, SuperTraceAction::Done done) {
-      return std::make_shared<SuperTraceStart>(superTrace, a, mode, done);
-    });
+  SuperTraceAction::Done done() {
+    return
+        [this](bool failed, const std::string& text) { ended = (failed ? "failed: " : "") + text; };
   }
-  void stopRun(std::vector<uint16_t> agents) {
-    run(agents, [](std::vector<uint16_t> a, SuperTraceAction::Done done) {
-      return std::make_shared<SuperTraceStop>(a, done);
-    });
+  void startRun(const V& agents, uint32_t mode) {
+    run(agents, std::make_shared<SuperTraceStart>(superTrace, agents, mode, done()));
   }
+  void stopRun(const V& agents) { run(agents, std::make_shared<SuperTraceStop>(agents, done())); }
 
   void dropAction() {
     action.reset();
@@ -82,11 +71,9 @@ class SuperTraceTest : public kvn::testing::RecorderTestFixture {
     }
   }
   // The sub-message numbers the agent has been sent since the last look.
-  std::vector<uint16_t> sent(uint16_t n) {
+  V sent(uint16_t n) {
     drain(n);
-    std::vector<uint16_t> out;
-    out.swap(inbox[n]);
-    return out;
+    return std::exchange(inbox[n], {});
   }
 
   // The agent answers the last request of number `req` it was sent; an answered request is no
@@ -95,7 +82,7 @@ class SuperTraceTest : public kvn::testing::RecorderTestFixture {
     drain(n);
     auto seen = std::find(inbox[n].begin(), inbox[n].end(), req);
     if (seen != inbox[n].end()) inbox[n].erase(seen);
-    const kvn::testing::FakePxm::Sent& m = last[n].at(req);
+    const Sent& m = last[n].at(req);
     pxm.injectObs(peer[n], m.srcRoutineId, m.dstRoutineId, req + 1);
     pxm.runUntilIdle(loop);
   }
@@ -105,14 +92,14 @@ class SuperTraceTest : public kvn::testing::RecorderTestFixture {
   }
 
   // Starts a run, its set-up confirmed, and clears what the agents were sent.
-  void started(uint32_t mode, const std::vector<uint16_t>& agents = {1, 2}) {
+  void started(uint32_t mode, const V& agents = {1, 2}) {
     startRun(agents, mode);
     for (uint16_t n : agents) confirm(n, kSetUp);
     for (uint16_t n : agents) sent(n);
   }
 
   // Both agents were sent `want` since the last look.
-  void bothSent(const std::vector<uint16_t>& want) {
+  void bothSent(const V& want) {
     EXPECT_EQ(sent(1), want);
     EXPECT_EQ(sent(2), want);
   }
@@ -120,23 +107,16 @@ class SuperTraceTest : public kvn::testing::RecorderTestFixture {
     confirm(1, req);
     confirm(2, req);
   }
-  // How the action ended: its text, marked when it failed; empty while it runs.
-  std::string ended() const {
-    return !outcome ? "" : (outcome->failed ? "failed: " : "") + outcome->text;
-  }
-
   const SuperTraceStreaming& streaming(uint16_t n) {
     return dynamic_cast<const SuperTraceStreaming&>(*DaxoTraceModel::get(n).embuf.superTraceAction);
   }
 
-  using V = std::vector<uint16_t>;
-
   pxm_mbox_id_t peer[6] = {};
-  std::map<uint16_t, kvn::testing::FakePxm::Sent> last[6];
+  std::map<uint16_t, Sent> last[6];
   std::vector<uint16_t> inbox[6];
   std::shared_ptr<SuperTraceAction> action;
   std::shared_ptr<EventCallbackRoutine> lostForwarder;
-  std::optional<Outcome> outcome;
+  std::string ended;
 };
 
 TEST_F(SuperTraceTest, SourceMaskAndStreamingComeFromTheForwarderTable) {
@@ -164,9 +144,9 @@ TEST_F(SuperTraceTest, ARecordingStartsAndStopsOverItsGroup) {
   EXPECT_EQ(last[1][kSetUp].be16(12), 3);
   EXPECT_TRUE(DaxoTraceModel::get(1).embuf.setupPending);
   confirm(2, kSetUp);
-  EXPECT_FALSE(outcome);
+  EXPECT_EQ(ended, "");
   confirm(1, kSetUp);
-  EXPECT_EQ(ended(), "Started streaming or recording on daxos.\n");
+  EXPECT_EQ(ended, "Started streaming or recording on daxos.\n");
   bothSent(V{kProducerStart});  // no consumer in a recording
   EXPECT_EQ(last[1][kProducerStart].dstRoutineId, kControlRoutine);
   EXPECT_EQ(last[1][kProducerStart].be16(12), 0x001E);
@@ -175,20 +155,20 @@ TEST_F(SuperTraceTest, ARecordingStartsAndStopsOverItsGroup) {
   EXPECT_FALSE(DaxoTraceModel::get(1).embuf.setupPending);
 
   startRun({2}, kSuperTraceRecording);
-  EXPECT_EQ(ended(), "failed: Already recording or streaming on daxo 2.\n");
+  EXPECT_EQ(ended, "failed: Already recording or streaming on daxo 2.\n");
 
   // A stop through one member stops the whole group.
   stopRun({2});
   bothSent(V{kProducerStop});
   EXPECT_EQ(last[1][kProducerStop].be16(12), 0x001E);
   stopRun({1});
-  EXPECT_EQ(outcome->text, "Already stopping streaming or recording on daxo 1.\n");
+  EXPECT_EQ(ended, "failed: Already stopping streaming or recording on daxo 1.\n");
   // The first stop's action is gone: the end of the stop must not reach it.
   confirmBoth(kProducerStop);
-  EXPECT_EQ(outcome->text, "Already stopping streaming or recording on daxo 1.\n");
+  EXPECT_EQ(ended, "failed: Already stopping streaming or recording on daxo 1.\n");
   EXPECT_FALSE(DaxoTraceModel::get(1).embuf.superTraceAction->isActive());
   stopRun({2});
-  EXPECT_EQ(outcome->text, "No active streaming or recording on daxo 2.\n");
+  EXPECT_EQ(ended, "failed: No active streaming or recording on daxo 2.\n");
   dropAction();
   EXPECT_EQ(table.usedSlots(), idle);
 
@@ -197,15 +177,14 @@ TEST_F(SuperTraceTest, ARecordingStartsAndStopsOverItsGroup) {
   stopRun({1, 2});
   bothSent(V{kProducerStop});
   confirm(1, kProducerStop);
-  EXPECT_FALSE(outcome);
+  EXPECT_EQ(ended, "");
   confirm(2, kProducerStop);
-  EXPECT_EQ(ended(), "Stopped recording on daxos.\n");
-}
+  EXPECT_EQ(ended, "Stopped recording on daxos.\n");
 
-TEST_F(SuperTraceTest, OnlyAgentsStartedTogetherStopTogether) {
+  // Only agents started together stop together.
   for (uint16_t n : {1, 2}) started(kSuperTraceRecording, {n});
   stopRun({1, 2});
-  EXPECT_EQ(ended(), "failed: Can only stop recordings on daxos which were started together.\n");
+  EXPECT_EQ(ended, "failed: Can only stop recordings on daxos which were started together.\n");
   EXPECT_EQ(sent(1), V{});  // nothing was stopped
 }
 
@@ -247,9 +226,9 @@ TEST_F(SuperTraceTest, AStreamStopsItsProducersWhileTheBuffersDrain) {
   bothSent(V{kConsumerStop});
   EXPECT_EQ(streaming(1).state(), SuperTraceStreaming::kStoppingConsumers);
   confirm(1, kConsumerStop);
-  EXPECT_FALSE(outcome);
+  EXPECT_EQ(ended, "");
   confirm(2, kConsumerStop);
-  EXPECT_EQ(ended(), "Stopped recording on daxos.\n");
+  EXPECT_EQ(ended, "Stopped recording on daxos.\n");
   EXPECT_EQ(streaming(1).state(), SuperTraceStreaming::kIdle);
   EXPECT_FALSE(streaming(1).isStopping());
 }
@@ -264,9 +243,9 @@ TEST_F(SuperTraceTest, AStopDuringADrainEndsTheStreamWithoutRestartingProducers)
   indicate(1, kEmpty);
   indicate(2, kEmpty);
   bothSent(V{kConsumerStop});
-  EXPECT_FALSE(outcome);
+  EXPECT_EQ(ended, "");
   confirmBoth(kConsumerStop);
-  EXPECT_EQ(ended(), "Stopped recording on daxos.\n");
+  EXPECT_EQ(ended, "Stopped recording on daxos.\n");
 }
 
 // The agent lost last in the drain was the one the others waited for: they go on without it,
@@ -285,7 +264,7 @@ TEST_F(SuperTraceTest, AnAgentLostWhileDrainingLetsTheOthersGoOn) {
   EXPECT_EQ(sent(2), V{kConsumerStop});
   EXPECT_EQ(streaming(2).group().size(), 1u);
   confirm(2, kConsumerStop);
-  EXPECT_EQ(ended(), "Stopped recording on daxos.\n");
+  EXPECT_EQ(ended, "Stopped recording on daxos.\n");
   dropAction();
   EXPECT_EQ(table.usedSlots(), before);
 }
@@ -294,7 +273,7 @@ TEST_F(SuperTraceTest, AnAgentLostEndsTheActionsThatWaitOnIt) {
   startRun({1, 2}, kSuperTraceRecording);
   confirm(2, kSetUp);
   disconnect(peer[1]);
-  EXPECT_EQ(ended(), "failed: Action failed due to loss of daxo 1.\n");
+  EXPECT_EQ(ended, "failed: Action failed due to loss of daxo 1.\n");
   // The agent still there may start again; nothing runs on it.
   EXPECT_FALSE(DaxoTraceModel::get(2).embuf.setupPending);
   EXPECT_FALSE(DaxoTraceModel::get(2).embuf.superTraceAction->isActive());
@@ -302,7 +281,7 @@ TEST_F(SuperTraceTest, AnAgentLostEndsTheActionsThatWaitOnIt) {
   started(kSuperTraceRecording, {2});
   stopRun({2});
   disconnect(peer[2]);
-  EXPECT_EQ(ended(), "failed: Action failed due to loss of daxo 2.\n");
+  EXPECT_EQ(ended, "failed: Action failed due to loss of daxo 2.\n");
 }
 
 TEST_F(SuperTraceTest, IndicationsFromStrangersAndStrayAnswersAreDropped) {

@@ -118,7 +118,7 @@ class TnTestFixture : public CmdLayerTestBase {
   }
   Sent agentGets(uint16_t submsgno) { return next(agentMbox, submsgno); }
   void answer(const Sent& req, uint16_t submsgno, const Bytes& body = {}) {
-    pxm.injectObs(agentMbox, req.srcRoutineId, kDestRoutine, submsgno, body);
+    pxm.injectObs(agentMbox, req.srcRoutineId, req.dstRoutineId, submsgno, body);
     run();
   }
   Sent diagGets(uint16_t submsgno) { return next(diagMbox, submsgno); }
@@ -130,11 +130,8 @@ class TnTestFixture : public CmdLayerTestBase {
   // Port 7, agent VLAN 33, MAC words 0x0102 0x0304 0x0506, sourceInfoA/B 0xA1A2A3A4/0xB1B2.
   static Bytes allocCfm() {
     Bytes b;
-    put16(b, 7);
-    put16(b, 33);
-    for (uint16_t w : {0x0102, 0x0304, 0x0506}) put16(b, w);
-    put32(b, 0);
-    put32(b, 0xA1A2A3A4);
+    for (uint16_t w : {7, 33, 0x0102, 0x0304, 0x0506}) put16(b, w);
+    for (uint32_t w : {0u, 0xA1A2A3A4u}) put32(b, w);
     put16(b, 0xB1B2);
     return b;
   }
@@ -160,11 +157,7 @@ class TnTestFixture : public CmdLayerTestBase {
     for (uint16_t id : ids) put16(b, id);
     return b;
   }
-  static Bytes cause(int16_t c) {
-    Bytes b;
-    put16(b, static_cast<uint16_t>(c));
-    return b;
-  }
+  static Bytes cause(int16_t c) { return {static_cast<uint8_t>(c >> 8), static_cast<uint8_t>(c)}; }
 
   // Drives a session of `source` to ready with socket 9; returns its client.
   Client& ready(uint32_t source = 4) {

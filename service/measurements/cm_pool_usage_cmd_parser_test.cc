@@ -2,15 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "base/big_endian.h"
 #include "service/agents/daxo_match_error.h"
 #include "service/measurements/measurement_test_fixture.h"
 
-namespace kvn {
+namespace kvn::testing {
 namespace {
-
-using kvn::testing::put16;
-using kvn::testing::put32;
 
 class CmPoolUsageCmdParserTest : public testing::MeasurementTestFixture {
  protected:
@@ -34,10 +30,8 @@ TEST_F(CmPoolUsageCmdParserTest, AsksTheAgentAndPrintsItsAnswerAsJson) {
   EXPECT_EQ(req.submsgno, 7);
   EXPECT_EQ(req.size, 12u);
   std::vector<uint8_t> body;
-  put32(body, 10);
-  put32(body, 20);
-  put16(body, 1);
-  for (uint16_t v : {8, 4, 2, 3}) put16(body, v);
+  for (uint32_t v : {10, 20}) put32(body, v);         // allocated, total
+  for (uint16_t v : {1, 8, 4, 2, 3}) put16(body, v);  // one block
   body.resize(150 - 12);
   const Answer done = reply(1, req, 8, body);
   EXPECT_EQ(done.text,
@@ -48,4 +42,4 @@ TEST_F(CmPoolUsageCmdParserTest, AsksTheAgentAndPrintsItsAnswerAsJson) {
 }
 
 }  // namespace
-}  // namespace kvn
+}  // namespace kvn::testing

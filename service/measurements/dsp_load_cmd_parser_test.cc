@@ -2,17 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include "base/big_endian.h"
 #include "service/agents/daxo_match_error.h"
 #include "service/measurements/cm_pool_usage_cmd_parser.h"
 #include "service/measurements/dsp_load_controller.h"
 #include "service/measurements/measurement_test_fixture.h"
 
-namespace kvn {
+namespace kvn::testing {
 namespace {
-
-using kvn::testing::put16;
-using kvn::testing::put32;
 
 class DspLoadCmdParserTest : public testing::MeasurementTestFixture {
  protected:
@@ -22,9 +18,7 @@ class DspLoadCmdParserTest : public testing::MeasurementTestFixture {
 
   // One DSP entry on the wire: loads, histogram, pooled.
   static void putEntry(std::vector<uint8_t>& b, uint16_t load, uint16_t pooled) {
-    put16(b, load - 1);
-    put16(b, load + 1);
-    put16(b, load);
+    for (int v : {load - 1, load + 1, +load}) put16(b, static_cast<uint16_t>(v));
     for (uint32_t c = 1; c <= 5; ++c) put32(b, c);
     put16(b, pooled);
   }
@@ -144,4 +138,4 @@ TEST_F(DspLoadCmdParserTest, TheLossOfTheAgentEndsEachCommandWithItsText) {
 }
 
 }  // namespace
-}  // namespace kvn
+}  // namespace kvn::testing

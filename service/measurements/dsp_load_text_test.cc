@@ -12,11 +12,8 @@ namespace kvn {
 namespace {
 
 DspLoadEntry entry(uint16_t load, uint16_t pooled) {
-  return DspLoadEntry{static_cast<uint16_t>(load - 1),
-                      static_cast<uint16_t>(load + 1),
-                      load,
-                      {1u, 22u, 333u, 4444u, 4000000000u},
-                      pooled};
+  const auto min = static_cast<uint16_t>(load - 1), max = static_cast<uint16_t>(load + 1);
+  return DspLoadEntry{min, max, load, {1u, 22u, 333u, 4444u, 4000000000u}, pooled};
 }
 
 std::string text(const DspLoadData& data, bool histogram) {

@@ -43,8 +43,7 @@ TEST_F(EchoCmdSessionTest, AgentsAreChosenByDomainAndRoleAndOldOnesAreNamed) {
   EXPECT_EQ(pxm.queued(agentMailbox[3]), 1u);
   EXPECT_EQ(pxm.queued(agentMailbox[2]), 1u);
 
-  Agent withoutObjects;
-  withoutObjects.objectService = false;
+  const Agent withoutObjects{{}, {}, {}, false};
   addAgent(4, withoutObjects);
   addAgent(5, withoutObjects);
   EXPECT_EQ(command(parser, {"marker"}).text,

@@ -2,16 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "base/big_endian.h"
 #include "service/measurements/measurement_test_fixture.h"
 #include "service/measurements/trace_hit_counter_cmd_parser.h"
-#include "tracing/log_capture.h"
 
 namespace kvn::testing {
 namespace {
-
-using kvn::testing::put16;
-using kvn::testing::put32;
 
 constexpr uint16_t kInfoReq = 0, kInfoCfm = 1, kDataReq = 2, kDataCfm = 3;
 
@@ -57,7 +52,7 @@ TEST_F(TraceHitCounterReadTest, ReadsOneAgentAfterTheOtherOnePieceAtATime) {
   one.uTraceIndex[2] = 0;
   one.uTracePoints.push_back({"ulScheduler.grant", 2, true, true});
   addMeasuredAgent(2);
-  log::LogCapture logs;
+  LogCapture logs;
   command(parser, {"read", "*"});
   EXPECT_TRUE(one.traceHitCounter.inUse);
   answerInfo(2, 0);
@@ -68,8 +63,8 @@ TEST_F(TraceHitCounterReadTest, ReadsOneAgentAfterTheOtherOnePieceAtATime) {
   EXPECT_EQ(answerData(1, 2, {}), 2);
   // Promises three rows but carries one: what it carries is taken.
   EXPECT_EQ(answerData(1, 2, {{1, 4, 0xDEAD, 0, 0, 2, 5, 6}}, 3), 2);
-  EXPECT_TRUE(logs.has(log::Level::Error,
-                       "Trace hit counter data from daxo 1 promises 3 rows but holds 1"));
+  EXPECT_TRUE(
+      logs.has(Level::Error, "Trace hit counter data from daxo 1 promises 3 rows but holds 1"));
   // More rows than remain: only the one that remains.
   EXPECT_EQ(answerData(1, 3, {{2, 12, 0, 0, 0, 3, 7, 8}, {2, 12, 0, 0, 0, 99, 9, 9}}), 3);
   EXPECT_FALSE(answer().result);

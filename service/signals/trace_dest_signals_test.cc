@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "service/signals/signal_proxies.h"
@@ -13,10 +14,8 @@ namespace {
 // The alloc confirm's fields, its MAC turned word by word: DaxoTnSessionTest, which sends them on.
 TEST(TraceDestSignalsTest, OpenConfirmReadsNoMoreSocketsThanTheMessageHolds) {
   std::vector<uint8_t> buf(KvnTraceDestOpenCfmS::sizeFor(1) + 4, 0xAA);
-  buf[12] = 0;
-  buf[13] = 3;  // claims three sockets, holds one
-  buf[14] = 0x12;
-  buf[15] = 0x34;
+  const uint8_t head[] = {0, 3, 0x12, 0x34};  // claims three sockets, holds one
+  std::copy(head, head + 4, buf.begin() + 12);
   auto* cfm = reinterpret_cast<KvnTraceDestOpenCfmS*>(buf.data());
   KvnTraceDestOpenCfmS::toHost(cfm, KvnTraceDestOpenCfmS::sizeFor(1));
   EXPECT_EQ(+cfm->count, 3);

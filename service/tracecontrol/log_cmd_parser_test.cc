@@ -46,11 +46,8 @@ class RecordingFactory : public LogSessionFactory {
 
 class LogCmdParserTest : public kvn::testing::LogTestFixture {
  protected:
-  void SetUp() override {
-    LogTestFixture::SetUp();
-    Agent a;
-    a.objects = {"obj"};
-    a.points = {{"utp.1", 5, false}};
+  LogCmdParserTest() {
+    Agent a{{"obj"}, {{"utp.1", 5, false}}};
     addAgent(1, a);
     a.objects.clear();
     a.objectService = false;

@@ -7,16 +7,10 @@
 namespace kvn {
 namespace {
 
-constexpr uint32_t kCheck = 1u << 0, kError = 1u << 1, kInfo = 1u << 4, kInterface = 1u << 20;
-constexpr uint32_t kDefault = kCheck | kError | kInfo | kInterface;
-
 class LogResetCmdSessionTest : public kvn::testing::LogTestFixture {
  protected:
-  void SetUp() override {
-    LogTestFixture::SetUp();
-    Agent a;
-    a.objects = {"obj", "other"};
-    a.points = {{"utp.1", 5, false}};
+  LogResetCmdSessionTest() {
+    Agent a{{"obj", "other"}, {{"utp.1", 5, false}}};
     a.profiles["Extra"] = {"*;*;other.trace1"};
     DaxoRecord& r = addAgent(1, a);
     r.enabledProfiles.insert("Extra");

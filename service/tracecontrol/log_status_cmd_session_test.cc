@@ -17,12 +17,9 @@ const std::string kLong = "aVeryLongTraceObjectNameOfMoreThan38Chars";
 // The profile form and the save: e2e StateSaveTest, which reads both.
 class LogStatusCmdSessionTest : public kvn::testing::LogTestFixture {
  protected:
-  void SetUp() override {
-    LogTestFixture::SetUp();
-    Agent a;
-    a.objects = {"obj", kLong};
+  LogStatusCmdSessionTest() {
     // The points' own layout: UTraceControllerStatusTest.
-    a.points = {{"p.a", 1, true}, {"q.off", 2, false}};
+    Agent a{{"obj", kLong}, {{"p.a", 1, true}, {"q.off", 2, false}}};
     addAgent(1, a);
     a.utraceService = false;
     a.objects = {"other"};

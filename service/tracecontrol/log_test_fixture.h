@@ -19,6 +19,7 @@
 #include "service/tracecontrol/utrace_config.h"
 #include "tracetables/bad_profile_exception.h"
 #include "tracetables/profile_provider.h"
+#include "tracing/log_capture.h"
 #include "util/cmd/cmd_session.h"
 #include "util/cmd/tavi_command_proxy.h"
 #include "util/mainloop/event.h"
@@ -51,8 +52,13 @@ class FakeProfileProvider : public kvntrace::ProfileProvider {
 
 class LogTestFixture : public CmdLayerTestBase {
  protected:
+  using Level = kvn::log::Level;
+  using LogCapture = kvn::log::LogCapture;
   static constexpr uint16_t kObjectRoutine = 40;
   static constexpr uint16_t kUtraceRoutine = 41;
+  // Trace groups' bits, and those the default profile of an agent enables.
+  static constexpr uint32_t kCheck = 1u << 0, kError = 1u << 1, kInfo = 1u << 4, kTrace1 = 1u << 5,
+                            kInterface = 1u << 20, kDefault = kCheck | kError | kInfo | kInterface;
 
   struct Point {
     std::string name;
@@ -77,8 +83,7 @@ class LogTestFixture : public CmdLayerTestBase {
     r.bbmHwNumber = n;
     r.instanceName = "MOKA";
     r.domainDaxoIndex = n;
-    r.connected = true;
-    r.modelValid = true;
+    r.connected = r.modelValid = true;
     r.mailbox = agentMailbox[n] = pxm.createPeer("daxo-" + std::to_string(n));
     r.lostEvent = std::make_shared<kvntrace::Event>();
     r.traceToggler = std::make_shared<TraceToggler>(n);

@@ -7,18 +7,12 @@
 namespace kvn {
 namespace {
 
-constexpr uint32_t kCheck = 1u << 0, kError = 1u << 1, kInfo = 1u << 4, kInterface = 1u << 20;
-constexpr uint32_t kDefault = kCheck | kError | kInfo | kInterface;
-
 // One entry per object, answers "ok, although", an already disabled profile and one batch in
 // flight per agent are checked against the real agent in e2e LogCommandTest.
 class LogToggleCmdSessionTest : public kvn::testing::LogTestFixture {
  protected:
-  void SetUp() override {
-    LogTestFixture::SetUp();
-    Agent a;
-    a.objects = {"obj", "other", "a"};
-    a.points = {{"utp.1", 5, false}, {"utp.2", 6, true}};
+  LogToggleCmdSessionTest() {
+    Agent a{{"obj", "other", "a"}, {{"utp.1", 5, false}, {"utp.2", 6, true}}};
     a.profiles["Extra"] = {"*;*;obj.trace1", "*;*;nothing.here"};
     addAgent(1, a);
     a.objects = {"other"};

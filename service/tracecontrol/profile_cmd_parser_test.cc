@@ -11,15 +11,13 @@ namespace {
 class ProfileCmdParserTest : public kvn::testing::LogTestFixture {
  protected:
   void addAgents() {
-    Agent a;
-    a.objectService = false;
-    a.profiles = {{"Unused", {"*;*;x.check"}}};
-    addAgent(1, a);  // without the trace object function: its container is not listed
-    a.objectService = true;
-    a.profiles = {{"DefaultProfile", {"*;*;*.check", "MOKA;1;obj.info"}},
-                  {"Scheduling", {"*;*;*Scheduler.trace1"}},
-                  {"Sched2", {"*;0;ul.*"}}};
-    addAgent(2, a);
+    // Agent 1 lacks the trace object function: its container is not listed.
+    addAgent(1, Agent{{}, {}, {{"Unused", {"*;*;x.check"}}}, false});
+    addAgent(2, Agent{{},
+                      {},
+                      {{"DefaultProfile", {"*;*;*.check", "MOKA;1;obj.info"}},
+                       {"Scheduling", {"*;*;*Scheduler.trace1"}},
+                       {"Sched2", {"*;0;ul.*"}}}});
   }
 
   // The answer of a command: the session's text and result, or the error the parser raised.
@@ -40,9 +38,8 @@ class ProfileCmdParserTest : public kvn::testing::LogTestFixture {
 // The verbose table, a pattern, an unknown name and no agent at all: e2e ProfileCommandTest.
 TEST_F(ProfileCmdParserTest, ListsTheFirstServingAgentsProfilesInOrder) {
   addAgents();
-  EXPECT_EQ(run({"list"}), std::make_pair(std::string("Profiles:\nDefaultProfile\nSched2\n"
-                                                      "Scheduling\n"),
-                                          0));
+  EXPECT_EQ(run({"list"}),
+            std::make_pair(std::string("Profiles:\nDefaultProfile\nSched2\nScheduling\n"), 0));
 }
 
 TEST_F(ProfileCmdParserTest, WrongWordsAreAnsweredWithTheHelp) {
@@ -56,9 +53,7 @@ TEST_F(ProfileCmdParserTest, WrongWordsAreAnsweredWithTheHelp) {
 }
 
 TEST_F(ProfileCmdParserTest, NeedsAnAgentWithTheTraceObjectFunction) {
-  Agent a;
-  a.objectService = false;
-  addAgent(1, a);
+  addAgent(1, Agent{{}, {}, {}, false});
   const auto [text, result] = run({"list"});
   EXPECT_EQ(text.rfind("No matching DAXO supports trace profiles\n", 0), 0u) << text;
   EXPECT_EQ(result, 1);

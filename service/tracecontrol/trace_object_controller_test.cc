@@ -5,13 +5,9 @@
 #include "service/tracecontrol/log_test_fixture.h"
 #include "service/tracecontrol/profile_application.h"
 #include "tracetables/trace_group_table.h"
-#include "tracing/log_capture.h"
 
 namespace kvn {
 namespace {
-
-constexpr uint32_t kCheck = 1u << 0, kError = 1u << 1, kInfo = 1u << 4, kInterface = 1u << 20;
-constexpr uint32_t kTrace1 = 1u << 5;
 
 class TraceObjectControllerTest : public kvn::testing::LogTestFixture {
  protected:
@@ -24,10 +20,8 @@ class TraceObjectControllerTest : public kvn::testing::LogTestFixture {
 };
 
 TEST_F(TraceObjectControllerTest, ForcedBitsBeatProfilesWhicheverWayTheProfilesGo) {
-  Agent a;
-  a.objects = {"obj"};
-  a.profiles = {{"DefaultProfile", {"*;*;obj.check", "*;*;obj.error"}}};
-  DaxoRecord& r = addAgent(1, a);
+  DaxoRecord& r =
+      addAgent(1, Agent{{"obj"}, {}, {{"DefaultProfile", {"*;*;obj.check", "*;*;obj.error"}}}});
   settle(1);
   EXPECT_EQ(mask(1, "obj"), kCheck | kError);
 
@@ -47,12 +41,10 @@ TEST_F(TraceObjectControllerTest, ForcedBitsBeatProfilesWhicheverWayTheProfilesG
 }
 
 TEST_F(TraceObjectControllerTest, UnchangedModelGivesNoChangesAndKeepsTheMasks) {
-  Agent a;
-  a.objects = {"x", "y"};
-  addAgent(1, a);
+  addAgent(1, Agent{{"x", "y"}, {}});
   EXPECT_EQ(controller(1).getChanges().size(), 2u);  // from 0 to the default profile's bits
   EXPECT_TRUE(controller(1).getChanges().empty());
-  EXPECT_EQ(mask(1, "y"), kCheck | kError | kInfo | kInterface);
+  EXPECT_EQ(mask(1, "y"), kDefault);
   // A forced bit that the profile already gives changes nothing either.
   overrides(1).set(1, kInfo, true);
   EXPECT_TRUE(controller(1).getChanges().empty());
@@ -81,21 +73,17 @@ TEST_F(TraceObjectControllerTest, IncludedProfilesAreFollowedOnceAndFilteredForT
 }
 
 TEST_F(TraceObjectControllerTest, UnknownEnabledProfileSelectsNothingAndIsLogged) {
-  Agent a;
-  a.objects = {"obj"};
-  DaxoRecord& r = addAgent(1, a);
+  DaxoRecord& r = addAgent(1, Agent{{"obj"}, {}});
   r.enabledProfiles.insert("Gone");
-  kvn::log::LogCapture cap;
+  LogCapture cap;
   controller(1).getChanges();
-  EXPECT_EQ(mask(1, "obj"), kCheck | kError | kInfo | kInterface);
-  EXPECT_TRUE(cap.has(kvn::log::Level::Error, "Invalid profile name Gone"));
+  EXPECT_EQ(mask(1, "obj"), kDefault);
+  EXPECT_TRUE(cap.has(Level::Error, "Invalid profile name Gone"));
 }
 
 // A lost agent's batch ends in the command's failure, never in its done: LogToggleCmdSessionTest.
 TEST_F(TraceObjectControllerTest, BatchesGoOneAtATimeInOrder) {
-  Agent a;
-  a.objects = {"x"};
-  addAgent(1, a);
+  addAgent(1, Agent{{"x"}, {}});
   std::vector<int> done;
   controller(1).setMasks({{0, 1}}, [&] { done.push_back(1); });
   controller(1).setMasks({{0, 2}, {0, 3}}, [&] { done.push_back(2); });
@@ -103,29 +91,24 @@ TEST_F(TraceObjectControllerTest, BatchesGoOneAtATimeInOrder) {
   run();
   EXPECT_EQ(controller(1).pendingBatches(), 3u);
 
-  auto first = takeRequests(1);
-  ASSERT_EQ(first.size(), 1u) << "the second batch waits for the first confirm";
-  EXPECT_EQ(first[0].masks[0].mask, 1u);
-  confirm(1, first[0]);
-  EXPECT_EQ(done, std::vector<int>{1});
-  auto second = takeRequests(1);
-  ASSERT_EQ(second.size(), 1u);
-  ASSERT_EQ(second[0].masks.size(), 2u);
-  EXPECT_EQ(second[0].masks[1].mask, 3u);
-  confirm(1, second[0]);
-  auto third = takeRequests(1);
-  ASSERT_EQ(third.size(), 1u);
-  EXPECT_TRUE(third[0].masks.empty());
-  confirm(1, third[0]);
+  const std::vector<std::vector<uint32_t>> batches = {{1}, {2, 3}, {}};
+  for (size_t i = 0; i < batches.size(); ++i) {
+    SCOPED_TRACE(i);
+    const auto got = takeRequests(1);
+    ASSERT_EQ(got.size(), 1u) << "a batch waits for the confirm of the one before";
+    std::vector<uint32_t> masks;
+    for (const TraceObjectMask& m : got[0].masks) masks.push_back(m.mask);
+    EXPECT_EQ(masks, batches[i]);
+    confirm(1, got[0]);
+    EXPECT_EQ(done.size(), i + 1);
+  }
   EXPECT_EQ(done, (std::vector<int>{1, 2, 3}));
   EXPECT_FALSE(controller(1).busy());
   EXPECT_EQ(pxm.leakedMessages(), 0u);
 }
 
 TEST_F(TraceObjectControllerTest, ReapplyAllSendsEveryMaskAndTheWholeUtraceSettingOnce) {
-  Agent a;
-  a.objects = {"x", "y"};
-  a.points = {{"p.on", 7, true}, {"p.off", 8, false}, {"q.hit", 9, false}};
+  Agent a{{"x", "y"}, {{"p.on", 7, true}, {"p.off", 8, false}, {"q.hit", 9, false}}};
   a.profiles["Hits"] = {"*;*;q.*", "*;*;y.trace1"};
   DaxoRecord& r = addAgent(1, a);
   r.enabledProfiles.insert("Hits");
@@ -138,7 +121,7 @@ TEST_F(TraceObjectControllerTest, ReapplyAllSendsEveryMaskAndTheWholeUtraceSetti
   ASSERT_EQ(requests.size(), 2u);
   ASSERT_EQ(requests[0].masks.size(), 2u);
   EXPECT_EQ(requests[0].masks[0].mask, kError | kInfo | kInterface);
-  EXPECT_EQ(requests[0].masks[1].mask, kCheck | kError | kInfo | kInterface | kTrace1);
+  EXPECT_EQ(requests[0].masks[1].mask, kDefault | kTrace1);
   ASSERT_EQ(requests[1].utrace.size(), 3u);
   EXPECT_TRUE(requests[1].utrace[0].differsFromDefault);   // forced off, on by default
   EXPECT_FALSE(requests[1].utrace[1].differsFromDefault);  // at its default, sent all the same

@@ -1,35 +1,25 @@
 #include "service/tracecontrol/trace_state_serializer.h"
 
-#include <dirent.h>
-#include <stdlib.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "service/tracecontrol/log_test_fixture.h"
-#include "tracing/log_capture.h"
 #include "util/testing/scratch_dir.h"
 
 namespace kvn {
 namespace {
 
-using kvn::log::Level;
-using kvn::log::LogCapture;
-
-constexpr uint32_t kCheck = 1u << 0, kError = 1u << 1, kInfo = 1u << 4, kTrace1 = 1u << 5,
-                   kInterface = 1u << 20;
-
 class TraceStateSerializerTest : public kvn::testing::LogTestFixture {
  protected:
   // A fresh agent 1: objects obj, ulScheduler, harq; three utrace points.
   DaxoRecord& fresh() {
-    Agent a;
-    a.objects = {"obj", "ulScheduler", "harq"};
-    a.points = {{"ul.grant", 1, false}, {"ul.alloc", 2, true}, {"harq.retx", 3, false}};
+    Agent a{{"obj", "ulScheduler", "harq"},
+            {{"ul.grant", 1, false}, {"ul.alloc", 2, true}, {"harq.retx", 3, false}}};
     a.profiles["Scheduling"] = {"*;*;*Scheduler.trace1"};
     return addAgent(1, a);
   }
@@ -99,7 +89,7 @@ TEST_F(TraceStateSerializerTest, ManualLinesOfAnotherContainerAreDroppedWithThei
   EXPECT_EQ(manual().forcedOff(1), kCheck);
   EXPECT_EQ(DaxoTraceModel::get(1).enabledProfiles.count("Scheduling"), 1u);
   settle(1);  // the dropped object follows the profiles again
-  EXPECT_EQ(mask(1, "obj"), kCheck | kError | kInfo | kInterface);
+  EXPECT_EQ(mask(1, "obj"), kDefault);
 }
 
 TEST_F(TraceStateSerializerTest, ManualLineWithoutItsObjectLineComesBackForcedOff) {
@@ -144,13 +134,10 @@ class TraceStateFileTest : public ::testing::Test {
  protected:
   std::vector<std::string> entries() {
     std::vector<std::string> names;
-    DIR* d = opendir(dir.c_str());
-    while (dirent* e = readdir(d))
-      if (e->d_name[0] != '.') names.push_back(e->d_name);
-    closedir(d);
+    for (const auto& e : std::filesystem::directory_iterator(dir))
+      names.push_back(e.path().filename());
     return names;
   }
-  static std::string read(const std::string& path) { return kvn::testing::ScratchDir::read(path); }
   const kvn::testing::ScratchDir scratch;
   const std::string dir = scratch.path();
 };
@@ -160,7 +147,7 @@ TEST_F(TraceStateFileTest, ReplacesTheWholeFileAndLeavesNoTemporary) {
   std::ofstream(path + ".tmp") << "the stub of a save that was killed";
   ASSERT_TRUE(TraceStateSerializer::writeFile(path, "a long first state\n"));
   ASSERT_TRUE(TraceStateSerializer::writeFile(path, "second\n"));
-  EXPECT_EQ(read(path), "second\n");
+  EXPECT_EQ(kvn::testing::ScratchDir::read(path), "second\n");
   EXPECT_EQ(entries(), std::vector<std::string>{"state"});
   struct stat st;
   ASSERT_EQ(stat(path.c_str(), &st), 0);
@@ -176,7 +163,7 @@ TEST_F(TraceStateFileTest, FailureLeavesTheOldStateAndNothingElse) {
   std::ofstream(dir + "/state/old") << "old\n";
   EXPECT_FALSE(TraceStateSerializer::writeFile(dir + "/state", "new\n"));
   EXPECT_EQ(entries(), std::vector<std::string>{"state"});
-  EXPECT_EQ(read(dir + "/state/old"), "old\n");
+  EXPECT_EQ(kvn::testing::ScratchDir::read(dir + "/state/old"), "old\n");
 }
 
 }  // namespace

@@ -10,13 +10,10 @@ namespace {
 // A lone utrace point and a profile: LogToggleCmdSessionTest.
 class TraceTogglerTest : public kvn::testing::LogTestFixture {
  protected:
-  void SetUp() override {
-    LogTestFixture::SetUp();
-    Agent a;
+  TraceTogglerTest() {
     // "dup" is an object, a utrace point and a profile at once; "x.info" both an object's
     // group and a utrace point.
-    a.objects = {"dup", "x", "a.b"};
-    a.points = {{"dup", 1, false}, {"x.info", 2, false}};
+    Agent a{{"dup", "x", "a.b"}, {{"dup", 1, false}, {"x.info", 2, false}}};
     a.profiles["dup"] = {"*;*;x.trace9"};
     a.profiles["Prof"] = {"*;*;x.trace8"};
     addAgent(1, a);
@@ -61,16 +58,14 @@ TEST_F(TraceTogglerTest, ObjectNamesWithDotsAndUnknownNames) {
 }
 
 TEST_F(TraceTogglerTest, DisableCheckNamesTheFirstProfileNotEnabled) {
-  std::string text;
-  bool error = false;
-  DaxoTraceModel::get(1).traceToggler->checkDisableable(
-      {"x", "Prof", "dup"}, [&](bool e, const std::string& t) { error = e, text = t; });
-  EXPECT_TRUE(error);
-  EXPECT_EQ(text, "Prof is already disabled on daxo 1");
-  DaxoTraceModel::get(1).traceToggler->checkDisableable(
-      {"DefaultProfile", "x"}, [&](bool e, const std::string& t) { error = e, text = t; });
-  EXPECT_FALSE(error);
-  EXPECT_EQ(text, "");
+  auto check = [](const std::vector<std::string>& names) {
+    std::string out;
+    DaxoTraceModel::get(1).traceToggler->checkDisableable(
+        names, [&](bool e, const std::string& t) { out = (e ? "error: " : "ok: ") + t; });
+    return out;
+  };
+  EXPECT_EQ(check({"x", "Prof", "dup"}), "error: Prof is already disabled on daxo 1");
+  EXPECT_EQ(check({"DefaultProfile", "x"}), "ok: ");
 }
 
 }  // namespace

@@ -11,9 +11,7 @@ namespace {
 class UTraceConfigTest : public kvn::testing::LogTestFixture {};
 
 TEST_F(UTraceConfigTest, PositionByNameAndItsError) {
-  Agent a;
-  a.points = {{"p.1", 7, true}, {"p.2", 8, false}};
-  addAgent(3, a);
+  addAgent(3, Agent{{}, {{"p.1", 7, true}, {"p.2", 8, false}}});
   UTraceConfig& config = *DaxoTraceModel::get(3).uniqueTraceManager.config;
   EXPECT_EQ(config.positionByName("p.2"), 1u);
   try {
