@@ -1,10 +1,6 @@
 #include "daxo-sim/agent_description.h"
 #include "util/testing/scratch_dir.h"
 
-#include <stdlib.h>
-#include <unistd.h>
-
-#include <fstream>
 #include <tuple>
 
 #include <gtest/gtest.h>

@@ -170,9 +170,7 @@ TEST_F(CommandRunnerTest, ConfirmCarriesTheChunkSequenceAndBinaryIsBase64) {
   EXPECT_EQ(output(), "TFBQCgABAmFi\n");
   const std::vector<Sent> confirms = mbox_.sentOf(kPrintInd);
   ASSERT_EQ(confirms.size(), 3u);
-  EXPECT_EQ(confirms[0].body16(), 0);
-  EXPECT_EQ(confirms[1].body16(), 1);
-  EXPECT_EQ(confirms[2].body16(), 2);
+  for (uint16_t i = 0; i < 3; ++i) EXPECT_EQ(confirms[i].body16(), i);
 }
 
 TEST_F(CommandRunnerTest, RefusalsHaveTheirOwnStatuses) {

@@ -45,14 +45,11 @@ class LmcTest : public ::testing::Test {
   std::string write(const std::string& bytes, const std::string& name = "c.lmc") {
     return dir.write(name, bytes);
   }
-  std::string write(const LmcWriter& w, const std::string& name = "c.lmc") {
-    return write(w.build(), name);
-  }
   std::string containerOf(std::initializer_list<LmDefinition> modules, uint16_t fv = 1) {
     LmcWriter w;
     w.header().formatVersion = fv;
     for (const LmDefinition& m : modules) w.addModule(m);
-    return write(w);
+    return write(w.build());
   }
 
   ScratchDir dir;
@@ -96,13 +93,13 @@ TEST_F(LmcTest, RefusedHeadersLogWhy) {
   LmcWriter lmct;
   lmct.header().lmct = 22;
   lmct.addModule(module("lm", "x"));
-  KvnCpmCommon_lmHdlLmc badType(write(lmct, "t.lmc"));
+  KvnCpmCommon_lmHdlLmc badType(write(lmct.build(), "t.lmc"));
   EXPECT_TRUE(cap.has(Level::Error, "LMC header LMCT value '22' not valid."));
 
   LmcWriter none;
   none.header().lmCount = 0;
   none.addModule(module("lm", "x"));
-  KvnCpmCommon_lmHdlLmc empty(write(none, "n.lmc"));
+  KvnCpmCommon_lmHdlLmc empty(write(none.build(), "n.lmc"));
   EXPECT_TRUE(cap.has(Level::Error, "No LMs in container"));
 
   LmcWriter crc;
@@ -234,7 +231,7 @@ TEST_F(LmcTest, IdentitiesThatDifferInCaseOnlyMakeEverySearchFail) {
   EXPECT_EQ(cap.count(Level::Error, "More than one valid LM identity for abc"), 6);
 }
 
-TEST_F(LmcTest, ALaterModuleOfTheSameIdentityReplacesTheEarlier) {
+TEST_F(LmcTest, ALaterModuleOfTheSameIdentityReplacesTheEarlierAndIsExtractedOnce) {
   KvnCpmCommon_lmHdlLmc lmc(containerOf({module("lm", "first"), module("lm", "second")}));
   ASSERT_TRUE(lmc.isOpen());
   EXPECT_EQ(lmc.getNumberOfLms(), 2);
@@ -242,17 +239,10 @@ TEST_F(LmcTest, ALaterModuleOfTheSameIdentityReplacesTheEarlier) {
   std::string out;
   ASSERT_TRUE(lmc.saveToString("lm", out, false));
   EXPECT_EQ(out, "second");
-}
-
-TEST_F(LmcTest, PlainExtractionWorksOncePerContainer) {
-  KvnCpmCommon_lmHdlLmc lmc(containerOf({module("lm", "payload!")}));
-  std::string first;
-  ASSERT_TRUE(lmc.saveToString("lm", first, false));
-  std::string second = "untouched";
-  EXPECT_FALSE(lmc.saveToString("lm", second, false));
+  std::string again = "untouched";
+  EXPECT_FALSE(lmc.saveToString("lm", again, false));
   EXPECT_TRUE(cap.has(Level::Error, "m_lmDataHeader_p already allocated"));
-  EXPECT_EQ(first, "payload!");
-  EXPECT_EQ(second, "untouched");
+  EXPECT_EQ(again, "untouched");
 }
 
 TEST_F(LmcTest, TruncatedDeflateDataPassesWithWhatWasInflated) {

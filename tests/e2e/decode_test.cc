@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>

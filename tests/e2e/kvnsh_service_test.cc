@@ -1,6 +1,5 @@
 // kvnsh against the real service, as processes of the test system.
 #include <gtest/gtest.h>
-#include <signal.h>
 
 #include <memory>
 #include <string>

@@ -8,7 +8,6 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <map>
 #include <stdexcept>
 
 namespace kvn::e2e {

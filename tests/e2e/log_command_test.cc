@@ -97,7 +97,7 @@ TEST_F(LogCommandTest, MasksReachTheAgentsThatHaveTheObjectsInTurnWithTheirConfi
   EXPECT_EQ(second->wait(), 0) << second->out();
   // Every mask request after the first comes after the confirm of the one before.
   int requests = 0, confirms = 0;
-  for (const std::string& line : system_.journal(3)) {
+  for (const std::string& line : system_.journalLines(3, "")) {
     if (contains(line, kSetMask)) {
       EXPECT_EQ(requests, confirms) << "a request while one was in flight: " << line;
       ++requests;

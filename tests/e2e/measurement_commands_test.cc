@@ -3,8 +3,6 @@
 // kvnsh for each command.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include <fstream>
 #include <string>
 

@@ -166,16 +166,10 @@ int TestSystem::shell(const std::vector<std::string>& words, std::string& out) {
   return status.value_or(-1);
 }
 
-std::vector<std::string> TestSystem::journal(int number) const {
-  std::vector<std::string> lines;
-  std::istringstream in(dir_.read(journalName(number)));
-  for (std::string line; std::getline(in, line);) lines.push_back(line);
-  return lines;
-}
-
 std::vector<std::string> TestSystem::journalLines(int number, const std::string& text) const {
   std::vector<std::string> out;
-  for (const std::string& line : journal(number))
+  std::istringstream in(dir_.read(journalName(number)));
+  for (std::string line; std::getline(in, line);)
     if (contains(line, text)) out.push_back(line);
   return out;
 }

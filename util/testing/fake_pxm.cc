@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "util/mainloop/pxm_mainloop.h"
 
 namespace kvn::testing {
@@ -40,8 +39,6 @@ std::string FakePxm::Sent::text(size_t offset, size_t length) const {
   if (offset + length > bytes.size()) return std::string();
   return std::string(reinterpret_cast<const char*>(bytes.data() + offset), length);
 }
-
-FakePxm::FakePxm() = default;
 
 FakePxm::~FakePxm() {
   for (pxm_msg* msg : live_) std::free(prefixOf(msg));
@@ -222,7 +219,6 @@ std::optional<FakePxm::Sent> FakePxm::popSent(pxm_mbox_id_t mbox) {
   Sent sent;
   sent.msgno = msg->msgno;
   sent.sender = prefixOf(msg)->sender;
-  sent.receiver = prefixOf(msg)->receiver;
   sent.size = prefixOf(msg)->size;
   const auto* raw = reinterpret_cast<const uint8_t*>(msg);
   sent.bytes.assign(raw, raw + sent.size);

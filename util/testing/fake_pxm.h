@@ -36,7 +36,6 @@ class FakePxm : public hkm::PXMInterface {
   struct Sent {
     uint32_t msgno = 0;
     pxm_mbox_id_t sender = 0;
-    pxm_mbox_id_t receiver = 0;
     size_t size = 0;
     // Header fields in host order (read only when the message is at least 12 bytes).
     uint16_t dstRoutineId = 0;
@@ -52,7 +51,6 @@ class FakePxm : public hkm::PXMInterface {
     std::string text(size_t offset, size_t length) const;
   };
 
-  FakePxm();
   ~FakePxm() override;  // frees whatever is still queued or held
 
   // --- hkm::PXMInterface ---
