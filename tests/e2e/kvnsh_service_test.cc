@@ -18,8 +18,6 @@ constexpr int kRefusedNotImplemented = 104;
 constexpr int kNoService = 102;
 constexpr int kNoHub = 101;
 
-std::string binDirOf(const std::string& program) { return program.substr(0, program.rfind('/')); }
-
 class KvnshServiceTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(system_.ok()) << system_.error(); }
@@ -32,7 +30,8 @@ class KvnshServiceTest : public ::testing::Test {
     return status.value_or(-1);
   }
   std::string link(const std::string& name) const {
-    return binDirOf(programs::kKvnsh) + "/" + name;
+    const std::string kvnsh = programs::kKvnsh;
+    return kvnsh.substr(0, kvnsh.rfind('/') + 1) + name;
   }
 
   RunDir dir_;

@@ -3,6 +3,7 @@
 // kvnsh for each command.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <string>
 
