@@ -19,12 +19,10 @@ std::string entry(int strId, uint32_t mask) {
 class LogCommandTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(system_.ok()) << system_.error(); }
-  // Runs `zorf log <args>` to its end.
   int log(std::vector<std::string> args, std::string& out) {
     args.insert(args.begin(), {"zorf", "log"});
     return system_.shell(args, out);
   }
-  // The mask requests an agent got, in order.
   std::vector<std::string> masks(int agent) { return system_.journalLines(agent, kSetMask); }
 
   RunDir dir_;

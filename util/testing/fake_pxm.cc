@@ -99,11 +99,6 @@ pxm_mbox_id_t FakePxm::createPeer(const std::string& name) { return newMailbox(n
 
 void FakePxm::delete_mailbox(pxm_mbox_id_t mbox) { kill(mbox); }
 
-bool FakePxm::alive(pxm_mbox_id_t mbox) const {
-  auto it = mailboxes_.find(mbox);
-  return it != mailboxes_.end() && it->second.alive;
-}
-
 void FakePxm::kill(pxm_mbox_id_t mbox) {
   auto it = mailboxes_.find(mbox);
   if (it == mailboxes_.end() || !it->second.alive) return;
@@ -178,7 +173,8 @@ pxm_monitor_id_t FakePxm::monitor(pxm_mbox_id_t mbox, pxm_msg*& msg) {
   const pxm_monitor_id_t ref = nextMonitor_++;
   pxm_msg* held = msg;
   msg = nullptr;
-  if (!alive(mbox)) {
+  const auto it = mailboxes_.find(mbox);
+  if (it == mailboxes_.end() || !it->second.alive) {
     // Watching the dead: the message comes at once.
     deliver(held != nullptr ? held : alloc(4, PXM_MBOX_GONE), own_, mbox);
     return ref;

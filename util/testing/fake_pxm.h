@@ -78,7 +78,6 @@ class FakePxm : public hkm::PXMInterface {
   pxm_mbox_id_t createPeer(const std::string& name);
   // The mailbox dies: what is queued there is freed and its monitors fire.
   void kill(pxm_mbox_id_t mbox);
-  bool alive(pxm_mbox_id_t mbox) const;
 
   // Queues a routine-addressed message for own() as if `from` had sent it. Header fields are
   // given in host order and written big-endian; the body goes as it is.
