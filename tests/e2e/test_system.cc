@@ -102,22 +102,20 @@ int TestSystem::usedSlots() {
   readSlotLines();
   const int before = slotLines_;
   service_->signal(SIGUSR1);
-  return eventually([&] {
+  const bool answered = eventually([&] {
     readSlotLines();
     return slotLines_ > before;
-  })
-             ? lastSlots_
-             : -1;
+  });
+  return answered ? lastSlots_ : -1;
 }
 
 int TestSystem::settledSlots() {
   int slots = -1;
-  return eventually([&] {
+  const bool settled = eventually([&] {
     const int before = slots;
     return (slots = usedSlots()) == before && slots >= 0;
-  })
-             ? slots
-             : -1;
+  });
+  return settled ? slots : -1;
 }
 
 void TestSystem::describeAgent(int number, const std::string& moreRoutines,
