@@ -76,16 +76,15 @@ bool KvnshTerminal::waitForLineEditor(std::chrono::milliseconds deadline) {
 }
 
 std::optional<int> KvnshTerminal::wait(std::chrono::milliseconds deadline) {
-  const auto end = std::chrono::steady_clock::now() + deadline;
-  while (!status_) {
-    int status = 0;
-    if (::waitpid(pid_, &status, WNOHANG) == pid_) {
-      status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-      break;
-    }
-    if (std::chrono::steady_clock::now() >= end) break;
-    drain(10);  // keep the terminal's buffer from filling up
-  }
+  eventually(
+      [this] {
+        int status = 0;
+        if (!status_ && ::waitpid(pid_, &status, WNOHANG) == pid_)
+          status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        drain(0);  // keep the terminal's buffer from filling up
+        return status_.has_value();
+      },
+      deadline);
   return status_;
 }
 
