@@ -214,7 +214,6 @@ std::optional<FakePxm::Sent> FakePxm::popSent(pxm_mbox_id_t mbox) {
   it->second.queue.pop_front();
   Sent sent;
   sent.msgno = msg->msgno;
-  sent.sender = prefixOf(msg)->sender;
   sent.size = prefixOf(msg)->size;
   const auto* raw = reinterpret_cast<const uint8_t*>(msg);
   sent.bytes.assign(raw, raw + sent.size);

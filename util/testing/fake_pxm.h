@@ -35,7 +35,6 @@ class FakePxm : public hkm::PXMInterface {
   // A message popped from a mailbox: copied out and freed, so the test owns nothing.
   struct Sent {
     uint32_t msgno = 0;
-    pxm_mbox_id_t sender = 0;
     size_t size = 0;
     // Header fields in host order (read only when the message is at least 12 bytes).
     uint16_t dstRoutineId = 0;
