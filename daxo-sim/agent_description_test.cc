@@ -1,10 +1,6 @@
 #include "daxo-sim/agent_description.h"
 #include "util/testing/scratch_dir.h"
 
-#include <stdlib.h>
-#include <unistd.h>
-
-#include <fstream>
 #include <tuple>
 
 #include <gtest/gtest.h>
@@ -83,13 +79,13 @@ TEST(AgentDescriptionTest, BadInputNamesTheField) {
 TEST(AgentDescriptionTest, FileResolvesRelativeContainerPathAndAllowsShortCount) {
   const kvn::testing::ScratchDir scratch;
   const std::string& dir = scratch.path();
-  const std::string path = scratch.file("agent.json");
-  std::ofstream(path) << R"({"bbmHwNumber": 2, "lmcPath": "moka.lmc", "attributeCount": 9})";
+  const std::string path = scratch.write(
+      "agent.json", R"({"bbmHwNumber": 2, "lmcPath": "moka.lmc", "attributeCount": 9})");
   AgentDescription d = AgentDescription::fromFile(path);
   EXPECT_EQ(d.lmcPath, dir + "/moka.lmc");
   EXPECT_EQ(d.attributeCount, 9);
 
-  std::ofstream(path) << "{ not json";
+  scratch.write("agent.json", "{ not json");
   EXPECT_THROW(AgentDescription::fromFile(path), AgentDescription::Error);
   EXPECT_THROW(AgentDescription::fromFile(dir + "/absent.json"), AgentDescription::Error);
 }

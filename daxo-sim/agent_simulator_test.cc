@@ -49,10 +49,9 @@ class AgentSimulatorTest : public ::testing::Test {
     std::ofstream(hub_.dir().file("agent.json")) << description.dump();
     agent_ = std::make_unique<e2e::Process>(
         hub_.dir(), "daxo-sim", e2e::programs::kDaxoSim,
-        std::vector<std::string>{"--journal", journalPath(), hub_.dir().file("agent.json")});
+        std::vector<std::string>{"--journal", hub_.dir().file("journal.jsonl"),
+                                 hub_.dir().file("agent.json")});
   }
-
-  std::string journalPath() const { return hub_.dir().file("journal.jsonl"); }
 
   bool journalHas(const std::string& text) const {
     return e2e::contains(hub_.dir().read("journal.jsonl"), text);

@@ -110,12 +110,13 @@ class CommandRunnerTest : public ::testing::Test {
   CommandRunnerTest() : outFile_(tmpfile()) {}
   ~CommandRunnerTest() override { fclose(outFile_); }
 
-  int run(std::vector<std::string> words = {"zoth", "info"}, OutputFile* binary = nullptr) {
-    ChunkWriter out(fileno(outFile_), binary);
+  // `zoth info`, its output to `fd` when one is given.
+  int run(int fd = -1) {
+    ChunkWriter out(fd < 0 ? fileno(outFile_) : fd, nullptr);
     CommandRunner runner(
         mbox_, out, [this] { return interrupts_; },
         [this](const std::string& s) { notes_.push_back(s); });
-    return runner.run("svc", kService, kMe, words);
+    return runner.run("svc", kService, kMe, {"zoth", "info"});
   }
   std::string output() {
     std::string s;
@@ -170,9 +171,7 @@ TEST_F(CommandRunnerTest, ConfirmCarriesTheChunkSequenceAndBinaryIsBase64) {
   EXPECT_EQ(output(), "TFBQCgABAmFi\n");
   const std::vector<Sent> confirms = mbox_.sentOf(kPrintInd);
   ASSERT_EQ(confirms.size(), 3u);
-  EXPECT_EQ(confirms[0].body16(), 0);
-  EXPECT_EQ(confirms[1].body16(), 1);
-  EXPECT_EQ(confirms[2].body16(), 2);
+  for (uint16_t i = 0; i < 3; ++i) EXPECT_EQ(confirms[i].body16(), i);
 }
 
 TEST_F(CommandRunnerTest, RefusalsHaveTheirOwnStatuses) {
@@ -256,15 +255,12 @@ TEST_F(CommandRunnerTest, UnwritableOutputAbortsTheCommand) {
   ASSERT_EQ(pipe(fds), 0);
   close(fds[0]);
   signal(SIGPIPE, SIG_IGN);
-  ChunkWriter out(fds[1], nullptr);
-  CommandRunner runner(
-      mbox_, out, [] { return 0u; }, [this](const std::string& s) { notes_.push_back(s); });
   mbox_.accept();
   mbox_.text(401, "lost");
   mbox_.idle = [this] {
     if (mbox_.sentOf(kAbortInd).size() == 1 && mbox_.sentOf(kCommandEnded).empty()) mbox_.end(1);
   };
-  EXPECT_EQ(runner.run("svc", kService, kMe, {"zoth", "info"}), kExitOutputFailed);
+  EXPECT_EQ(run(fds[1]), kExitOutputFailed);
   close(fds[1]);
   EXPECT_EQ(mbox_.sentOf(kAbortInd).size(), 1u);
   EXPECT_EQ(mbox_.sentOf(kPrintInd).size(), 1u);  // confirmed all the same

@@ -42,17 +42,11 @@ std::string bigText(size_t n) {
 
 class LmcTest : public ::testing::Test {
  protected:
-  std::string write(const std::string& bytes, const std::string& name = "c.lmc") {
-    return dir.write(name, bytes);
-  }
-  std::string write(const LmcWriter& w, const std::string& name = "c.lmc") {
-    return write(w.build(), name);
-  }
   std::string containerOf(std::initializer_list<LmDefinition> modules, uint16_t fv = 1) {
     LmcWriter w;
     w.header().formatVersion = fv;
     for (const LmDefinition& m : modules) w.addModule(m);
-    return write(w);
+    return dir.write("c.lmc", w.build());
   }
 
   ScratchDir dir;
@@ -77,7 +71,7 @@ TEST_F(LmcTest, HeaderLengthRulesOfEachVersion) {
     std::string bytes = w.build();
     kvn::storeBe16(&bytes[2], c.hlen);
     cap.clear();
-    KvnCpmCommon_lmHdlLmc lmc(write(bytes));
+    KvnCpmCommon_lmHdlLmc lmc(dir.write("c.lmc", bytes));
     EXPECT_EQ(lmc.isOpen(), c.ok);
     EXPECT_EQ(cap.has(Level::Error, "HLEN " + std::to_string(c.hlen) + " invalid"), !c.ok);
     std::string id = "lm";
@@ -90,19 +84,19 @@ TEST_F(LmcTest, RefusedHeadersLogWhy) {
   version.addModule(module("lm", "x"));
   std::string bytes = version.build();
   kvn::storeBe16(&bytes[0], 2);
-  KvnCpmCommon_lmHdlLmc badVersion(write(bytes, "v.lmc"));
+  KvnCpmCommon_lmHdlLmc badVersion(dir.write("v.lmc", bytes));
   EXPECT_TRUE(cap.has(Level::Error, "Not supported LMC version 2."));
 
   LmcWriter lmct;
   lmct.header().lmct = 22;
   lmct.addModule(module("lm", "x"));
-  KvnCpmCommon_lmHdlLmc badType(write(lmct, "t.lmc"));
+  KvnCpmCommon_lmHdlLmc badType(dir.write("t.lmc", lmct.build()));
   EXPECT_TRUE(cap.has(Level::Error, "LMC header LMCT value '22' not valid."));
 
   LmcWriter none;
   none.header().lmCount = 0;
   none.addModule(module("lm", "x"));
-  KvnCpmCommon_lmHdlLmc empty(write(none, "n.lmc"));
+  KvnCpmCommon_lmHdlLmc empty(dir.write("n.lmc", none.build()));
   EXPECT_TRUE(cap.has(Level::Error, "No LMs in container"));
 
   LmcWriter crc;
@@ -113,7 +107,7 @@ TEST_F(LmcTest, RefusedHeadersLogWhy) {
   char msg[80];
   snprintf(msg, sizeof msg, "LMC header CRC incorrect, lmc_crc 0x%x, crc 0x%x", good ^ 0x5A5A,
            good);
-  KvnCpmCommon_lmHdlLmc badCrc(write(bytes, "c.lmc"));
+  KvnCpmCommon_lmHdlLmc badCrc(dir.write("c.lmc", bytes));
   EXPECT_TRUE(cap.has(Level::Error, msg));
 
   for (const auto* lmc : {&badVersion, &badType, &empty, &badCrc}) {
@@ -134,7 +128,7 @@ TEST_F(LmcTest, MissingOrEmptyFileGivesAContainerWithoutModules) {
   EXPECT_EQ(cap.count(Level::Error, "Failed to init Lmc class for : " + missing), 1);
   EXPECT_EQ(cap.lines().front().msg, "Failed to init Lmc class for : " + missing);
 
-  const std::string empty = write(std::string(), "empty.lmc");
+  const std::string empty = dir.write("empty.lmc", "");
   KvnCpmCommon_lmHdlLmc zero(empty);
   EXPECT_TRUE(cap.has(Level::Error, "mmap of " + empty + " failed: Invalid argument"));
   EXPECT_TRUE(cap.has(Level::Error, "Failed to map: " + empty));
@@ -234,7 +228,7 @@ TEST_F(LmcTest, IdentitiesThatDifferInCaseOnlyMakeEverySearchFail) {
   EXPECT_EQ(cap.count(Level::Error, "More than one valid LM identity for abc"), 6);
 }
 
-TEST_F(LmcTest, ALaterModuleOfTheSameIdentityReplacesTheEarlier) {
+TEST_F(LmcTest, ALaterModuleOfTheSameIdentityReplacesTheEarlierAndIsExtractedOnce) {
   KvnCpmCommon_lmHdlLmc lmc(containerOf({module("lm", "first"), module("lm", "second")}));
   ASSERT_TRUE(lmc.isOpen());
   EXPECT_EQ(lmc.getNumberOfLms(), 2);
@@ -242,17 +236,10 @@ TEST_F(LmcTest, ALaterModuleOfTheSameIdentityReplacesTheEarlier) {
   std::string out;
   ASSERT_TRUE(lmc.saveToString("lm", out, false));
   EXPECT_EQ(out, "second");
-}
-
-TEST_F(LmcTest, PlainExtractionWorksOncePerContainer) {
-  KvnCpmCommon_lmHdlLmc lmc(containerOf({module("lm", "payload!")}));
-  std::string first;
-  ASSERT_TRUE(lmc.saveToString("lm", first, false));
-  std::string second = "untouched";
-  EXPECT_FALSE(lmc.saveToString("lm", second, false));
+  std::string again = "untouched";
+  EXPECT_FALSE(lmc.saveToString("lm", again, false));
   EXPECT_TRUE(cap.has(Level::Error, "m_lmDataHeader_p already allocated"));
-  EXPECT_EQ(first, "payload!");
-  EXPECT_EQ(second, "untouched");
+  EXPECT_EQ(again, "untouched");
 }
 
 TEST_F(LmcTest, TruncatedDeflateDataPassesWithWhatWasInflated) {
@@ -285,7 +272,7 @@ TEST_F(LmcTest, InflateFailures) {
   // A zlib stream read with gzip framing.
   KvnCpmCommon_lmHdlLmc zlib(containerOf({module("lm", "abc", 1, false)}));
   EXPECT_FALSE(zlib.saveToFile("lm", dir.file("o"), true));
-  EXPECT_TRUE(cap.has(Level::Error, "inflate  failed: -3 -> incorrect header check"));
+  EXPECT_EQ(cap.count(Level::Error, "inflate  failed: -3 -> incorrect header check"), 2);
 }
 
 TEST_F(LmcTest, ABadModuleEndsTheWalkKeepingEarlierModules) {
@@ -323,7 +310,7 @@ TEST_F(LmcTest, NothingIsReadPastTheEndOfTheFile) {
   // copy that each mapping is checked against in the sanitizer build).
   for (size_t len : {size_t{3}, size_t{60}, size_t{88}, size_t{150}, bytes.size() - 1}) {
     SCOPED_TRACE(len);
-    KvnCpmCommon_lmHdlLmc lmc(write(bytes.substr(0, len)));
+    KvnCpmCommon_lmHdlLmc lmc(dir.write("c.lmc", bytes.substr(0, len)));
     EXPECT_FALSE(lmc.isOpen());
     EXPECT_EQ(lmc.getLm("b"), nullptr);
   }

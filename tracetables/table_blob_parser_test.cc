@@ -62,9 +62,8 @@ TEST(TableBlobParser, NothingIsReadOutsideTheBlob) {
   const std::string noNul = good.substr(0, good.size() - 1);
   EXPECT_TRUE(TableBlobParser::extractStringTable(noNul, "b").empty());
 
-  for (size_t len = 0; len < good.size(); ++len) {
+  for (size_t len = 0; len < good.size(); ++len)
     TableBlobParser::extractStringTable(good.substr(0, len), "b");
-  }
   EXPECT_GE(cap.count(Level::Error, "String table of 4294967295 strings at offset " +
                                         std::to_string(tableA) + " runs off the blob of " +
                                         std::to_string(good.size()) + " bytes"),

@@ -122,17 +122,16 @@ class AgentsInfoTest : public ::testing::Test {
   // `kvnsh zoth info <args>` to its end: the text it printed; the exit status must be 0.
   std::string info(std::vector<std::string> args = {}) {
     args.insert(args.begin(), {"zoth", "info"});
-    Process shell(dir_, "kvnsh" + std::to_string(++shells_), programs::kKvnsh, args);
-    EXPECT_EQ(shell.wait(), 0) << shell.err();
-    EXPECT_EQ(shell.err(), "");
-    return shell.out();
+    const std::unique_ptr<Process> shell = system_.startShell(args);
+    EXPECT_EQ(shell->wait(), 0) << shell->err();
+    EXPECT_EQ(shell->err(), "");
+    return shell->out();
   }
 
   RunDir dir_;
   TestSystem system_{dir_};  // the hub, the service and the container agents.lmc
   std::map<int, std::unique_ptr<Process>> agents_;
   int starts_ = 0;
-  int shells_ = 0;
 };
 
 TEST_F(AgentsInfoTest, OneHeaderWithoutVerboseOnePerAgentWithItAndGoneAgentsAreNotListed) {

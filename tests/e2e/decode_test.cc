@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -56,23 +55,16 @@ class DecodeTest : public ::testing::Test {
     // Nothing but ulScheduler's trace1: no profile, and the utrace point that is on by default
     // switched off.
     for (const std::vector<std::string>& words :
-         {std::vector<std::string>{"disable", "1", "DefaultProfile"},
-          {"disable", "1", "ulScheduler.alloc"},
-          {"enable", "1", "ulScheduler", "trace1"}})
-      ASSERT_EQ(zorfLog(words), 0) << out;
+         {std::vector<std::string>{"zorf", "log", "disable", "1", "DefaultProfile"},
+          {"zorf", "log", "disable", "1", "ulScheduler.alloc"},
+          {"zorf", "log", "enable", "1", "ulScheduler", "trace1"}})
+      ASSERT_EQ(shell(words), 0) << out;
   }
 
-  int zoth(std::vector<std::string> words) {
-    words.insert(words.begin(), "zoth");
-    return system.shell(words, out);
-  }
-  int zorfLog(std::vector<std::string> words) {
-    words.insert(words.begin(), {"zorf", "log"});
-    return system.shell(words, out);
-  }
+  int shell(const std::vector<std::string>& words) { return system.shell(words, out); }
   // The words of lpp in the agent's buffer, as its index gives them now.
   uint64_t lppWords() {
-    if (zoth({"recorder", "status", "1"}) != 0) return 0;
+    if (shell({"zoth", "recorder", "status", "1"}) != 0) return 0;
     const std::vector<std::string> index = system.journalLines(1, "\"sourceWords\"");
     if (index.empty()) return 0;
     const std::string& line = index.back();
@@ -81,15 +73,15 @@ class DecodeTest : public ::testing::Test {
   }
   // Records until the buffer has grown past what it held, `marker` and more after it.
   void recordAround(const std::string& marker) {
-    ASSERT_EQ(zoth({"recorder", "start", "1"}), 0) << out;
+    ASSERT_EQ(shell({"zoth", "recorder", "start", "1"}), 0) << out;
     ASSERT_TRUE(eventually([&] { return lppWords() > 0; }));
     const size_t traced = system.journalLines(1, R"("traced":true)").size();
-    ASSERT_EQ(zoth({"echo", marker}), 0) << out;
+    ASSERT_EQ(shell({"zoth", "echo", marker}), 0) << out;
     ASSERT_TRUE(
         eventually([&] { return system.journalLines(1, R"("traced":true)").size() > traced; }));
     const uint64_t atMarker = lppWords();
     ASSERT_TRUE(eventually([&] { return lppWords() > atMarker; }));
-    ASSERT_EQ(zoth({"recorder", "stop", "1"}), 0) << out;
+    ASSERT_EQ(shell({"zoth", "recorder", "stop", "1"}), 0) << out;
   }
   // Dumps lpp to a file and decodes it; gives the decoder's exit status.
   int dumpAndDecode(std::string& decoded) {
@@ -113,7 +105,7 @@ TEST_F(DecodeTest, DumpsAndStreamsHoldTheEnabledGroupsWithTheMarkerInPlace) {
                {"--journal", dir.file("diag.journal"), "--sessions-dir", dir.path()});
   ASSERT_TRUE(eventually([&] { return contains(dir.read("diag.journal"), "HELLO_REPLY"); }));
   ASSERT_NO_FATAL_FAILURE(startAgent());
-  ASSERT_EQ(zoth({"route", "1:lpp", "embuf"}), 0) << out;
+  ASSERT_EQ(shell({"zoth", "route", "1:lpp", "embuf"}), 0) << out;
   recordAround("marker-1");
   std::string decoded;
   ASSERT_EQ(dumpAndDecode(decoded), 0) << decoded;
@@ -128,8 +120,8 @@ TEST_F(DecodeTest, DumpsAndStreamsHoldTheEnabledGroupsWithTheMarkerInPlace) {
 
   // ulScheduler's trace1 off, obj's error on: the new recording has obj's records around the
   // marker and none of ulScheduler.
-  ASSERT_EQ(zorfLog({"disable", "1", "ulScheduler", "trace1"}), 0) << out;
-  ASSERT_EQ(zorfLog({"enable", "1", "obj", "error"}), 0) << out;
+  ASSERT_EQ(shell({"zorf", "log", "disable", "1", "ulScheduler", "trace1"}), 0) << out;
+  ASSERT_EQ(shell({"zorf", "log", "enable", "1", "obj", "error"}), 0) << out;
   recordAround("marker-2");
   ASSERT_EQ(dumpAndDecode(decoded), 0) << decoded;
   lines = recordLines(decoded);
@@ -149,12 +141,13 @@ TEST_F(DecodeTest, DumpsAndStreamsHoldTheEnabledGroupsWithTheMarkerInPlace) {
     port = err.substr(at + 23, err.find('\n', at) - at - 23);
     return true;
   })) << decoder.err();
-  ASSERT_EQ(zoth({"dest", "add", "net1", "127.0.0.1", port, "ManagedElement=1"}), 0) << out;
-  ASSERT_EQ(zoth({"route", "1:embuf", "net1"}), 0) << out;
+  ASSERT_EQ(shell({"zoth", "dest", "add", "net1", "127.0.0.1", port, "ManagedElement=1"}), 0)
+      << out;
+  ASSERT_EQ(shell({"zoth", "route", "1:embuf", "net1"}), 0) << out;
   ASSERT_EQ(out, "Streaming started\n");
 
   ASSERT_TRUE(eventually([&] { return contains(decoder.out(), kObjError); })) << decoder.err();
-  ASSERT_EQ(zoth({"echo", "marker-s"}), 0) << out;
+  ASSERT_EQ(shell({"zoth", "echo", "marker-s"}), 0) << out;
   ASSERT_TRUE(eventually([&] {
     const std::string seen = decoder.out();
     const size_t at = seen.find(" daxo 1 lpp echo text marker-s\n");

@@ -14,19 +14,6 @@ namespace kvn::e2e {
 
 namespace {
 
-// execve does not search PATH: a launcher named without a slash is looked up here, before the
-// fork.
-std::string onPath(const std::string& name) {
-  if (name.find('/') != std::string::npos) return name;
-  const char* path = std::getenv("PATH");
-  std::istringstream dirs(path ? path : "");
-  for (std::string dir; std::getline(dirs, dir, ':');) {
-    const std::string candidate = (dir.empty() ? "." : dir) + "/" + name;
-    if (::access(candidate.c_str(), X_OK) == 0) return candidate;
-  }
-  return name;
-}
-
 // The ELF header's class, byte order and machine; empty for a file that is no ELF program.
 std::string elfMachine(const std::string& path) {
   static constexpr char kMagic[] = {0x7f, 'E', 'L', 'F'};
@@ -44,6 +31,17 @@ bool builtHere(const std::string& program) {
 }
 
 }  // namespace
+
+std::string onPath(const std::string& name) {
+  if (name.find('/') != std::string::npos) return name;
+  const char* path = std::getenv("PATH");
+  std::istringstream dirs(path ? path : "");
+  for (std::string dir; std::getline(dirs, dir, ':');) {
+    const std::string candidate = (dir.empty() ? "." : dir) + "/" + name;
+    if (::access(candidate.c_str(), X_OK) == 0) return candidate;
+  }
+  return name;
+}
 
 ExecArgs::ExecArgs(const std::string& program, std::vector<std::string> args,
                    const std::map<std::string, std::string>& env)

@@ -34,4 +34,8 @@ class ExecArgs {
   std::vector<char*> envp_;
 };
 
+// The program `name` stands for: as it is when it holds a slash, else the first executable of
+// that name on PATH, else `name` unchanged (execve does not search PATH).
+std::string onPath(const std::string& name);
+
 }  // namespace kvn::e2e

@@ -45,11 +45,8 @@ TEST(ExecArgsTest, LauncherGoesBeforeProgramsOfThisMachineOnly) {
   EXPECT_EQ(strings(host.argv()), std::vector<std::string>{script});
   std::remove(script.c_str());
 
-  if (saved) {
-    ::setenv(ExecArgs::kLauncherVariable, saved->c_str(), 1);
-  } else {
-    ::unsetenv(ExecArgs::kLauncherVariable);
-  }
+  saved ? ::setenv(ExecArgs::kLauncherVariable, saved->c_str(), 1)
+        : ::unsetenv(ExecArgs::kLauncherVariable);
 }
 
 }  // namespace

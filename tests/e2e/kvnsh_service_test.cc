@@ -1,6 +1,5 @@
 // kvnsh against the real service, as processes of the test system.
 #include <gtest/gtest.h>
-#include <signal.h>
 
 #include <memory>
 #include <string>
@@ -13,14 +12,6 @@
 namespace kvn::e2e {
 namespace {
 
-// The shell's statuses: the service refuses a command as not implemented, no such service, no
-// hub.
-constexpr int kRefusedNotImplemented = 104;
-constexpr int kNoService = 102;
-constexpr int kNoHub = 101;
-
-std::string binDirOf(const std::string& program) { return program.substr(0, program.rfind('/')); }
-
 class KvnshServiceTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(system_.ok()) << system_.error(); }
@@ -28,12 +19,11 @@ class KvnshServiceTest : public ::testing::Test {
   // Runs one command to its end through `program` (kvnsh or one of its links).
   int run(const std::string& program, std::vector<std::string> args) {
     shell_ = std::make_unique<Process>(dir_, "kvnsh" + std::to_string(++runs_), program, args);
-    const std::optional<int> status = shell_->wait();
-    EXPECT_TRUE(status.has_value()) << "kvnsh did not end";
-    return status.value_or(-1);
+    return shell_->wait().value_or(-1);  // -1: it did not end
   }
   std::string link(const std::string& name) const {
-    return binDirOf(programs::kKvnsh) + "/" + name;
+    const std::string kvnsh = programs::kKvnsh;
+    return kvnsh.substr(0, kvnsh.rfind('/') + 1) + name;
   }
 
   RunDir dir_;
@@ -49,13 +39,14 @@ TEST_F(KvnshServiceTest, UsageHelpUnknownSubcommandAndRefusedRoot) {
   EXPECT_EQ(run(link("zoth"), {"nosuch"}), 2);
   EXPECT_TRUE(contains(shell_->out(), "No such subcommand. 'nosuch'\n")) << shell_->out();
 
-  EXPECT_EQ(run(link("zorf"), {"--help"}), kRefusedNotImplemented);
+  EXPECT_EQ(run(link("zorf"), {"--help"}), 104);  // refused: not implemented
   EXPECT_TRUE(contains(shell_->err(), "command not implemented (reason 2)")) << shell_->err();
   EXPECT_EQ(shell_->out(), "");
 
-  EXPECT_EQ(run(programs::kKvnsh, {"--service", "nobody", "zoth", "info"}), kNoService);
+  // The shell's own statuses: 102 for no such service, 101 for no hub.
+  EXPECT_EQ(run(programs::kKvnsh, {"--service", "nobody", "zoth", "info"}), 102);
   EXPECT_TRUE(contains(shell_->err(), "no service \"nobody\" on the mailbox hub")) << shell_->err();
-  EXPECT_EQ(run(programs::kKvnsh, {"--namespace", "elsewhere", "zoth", "info"}), kNoHub);
+  EXPECT_EQ(run(programs::kKvnsh, {"--namespace", "elsewhere", "zoth", "info"}), 101);
 
   // Every command was closed: the service is still there for the next.
   EXPECT_TRUE(system_.service().running());

@@ -8,7 +8,6 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <map>
 #include <stdexcept>
 
 namespace kvn::e2e {
@@ -55,39 +54,37 @@ void KvnshTerminal::drain(int timeoutMs) {
 }
 
 bool KvnshTerminal::waitFor(const std::string& text, std::chrono::milliseconds deadline) {
-  const auto end = std::chrono::steady_clock::now() + deadline;
-  for (;;) {
-    const size_t at = screen_.find(text, seen_);
-    if (at != std::string::npos) {
-      seen_ = at + text.size();
-      return true;
-    }
-    if (std::chrono::steady_clock::now() >= end) return false;
-    drain(20);
-  }
+  return eventually(
+      [&] {
+        drain(0);
+        const size_t at = screen_.find(text, seen_);
+        if (at == std::string::npos) return false;
+        seen_ = at + text.size();
+        return true;
+      },
+      deadline);
 }
 
 bool KvnshTerminal::waitForLineEditor(std::chrono::milliseconds deadline) {
-  const auto end = std::chrono::steady_clock::now() + deadline;
-  for (;;) {
-    termios mode{};
-    if (::tcgetattr(master_, &mode) == 0 && (mode.c_lflag & ICANON) == 0) return true;
-    if (std::chrono::steady_clock::now() >= end) return false;
-    drain(10);
-  }
+  return eventually(
+      [this] {
+        drain(0);
+        termios mode{};
+        return ::tcgetattr(master_, &mode) == 0 && (mode.c_lflag & ICANON) == 0;
+      },
+      deadline);
 }
 
 std::optional<int> KvnshTerminal::wait(std::chrono::milliseconds deadline) {
-  const auto end = std::chrono::steady_clock::now() + deadline;
-  while (!status_) {
-    int status = 0;
-    if (::waitpid(pid_, &status, WNOHANG) == pid_) {
-      status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-      break;
-    }
-    if (std::chrono::steady_clock::now() >= end) break;
-    drain(10);  // keep the terminal's buffer from filling up
-  }
+  eventually(
+      [this] {
+        int status = 0;
+        if (!status_ && ::waitpid(pid_, &status, WNOHANG) == pid_)
+          status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        drain(0);  // keep the terminal's buffer from filling up
+        return status_.has_value();
+      },
+      deadline);
   return status_;
 }
 

@@ -19,12 +19,10 @@ std::string entry(int strId, uint32_t mask) {
 class LogCommandTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(system_.ok()) << system_.error(); }
-  // Runs `zorf log <args>` to its end.
   int log(std::vector<std::string> args, std::string& out) {
     args.insert(args.begin(), {"zorf", "log"});
     return system_.shell(args, out);
   }
-  // The mask requests an agent got, in order.
   std::vector<std::string> masks(int agent) { return system_.journalLines(agent, kSetMask); }
 
   RunDir dir_;
@@ -97,7 +95,7 @@ TEST_F(LogCommandTest, MasksReachTheAgentsThatHaveTheObjectsInTurnWithTheirConfi
   EXPECT_EQ(second->wait(), 0) << second->out();
   // Every mask request after the first comes after the confirm of the one before.
   int requests = 0, confirms = 0;
-  for (const std::string& line : system_.journal(3)) {
+  for (const std::string& line : system_.journalLines(3, "")) {
     if (contains(line, kSetMask)) {
       EXPECT_EQ(requests, confirms) << "a request while one was in flight: " << line;
       ++requests;

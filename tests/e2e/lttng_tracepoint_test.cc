@@ -3,14 +3,13 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "tests/e2e/exec_args.h"
 #include "tests/e2e/process.h"
 #include "tests/e2e/programs.h"
 #include "tests/e2e/run_dir.h"
@@ -18,24 +17,14 @@
 namespace kvn::e2e {
 namespace {
 
-std::string findProgram(const std::string& name) {
-  const char* path = std::getenv("PATH");
-  std::stringstream dirs(path != nullptr ? path : "/usr/bin:/bin");
-  for (std::string dir; std::getline(dirs, dir, ':');) {
-    const std::string candidate = dir + "/" + name;
-    if (::access(candidate.c_str(), X_OK) == 0) return candidate;
-  }
-  return std::string();
-}
-
 class LttngTracepointTest : public ::testing::Test {
  protected:
   void SetUp() override {
     if (*programs::kTraceController == '\0') GTEST_SKIP() << "kvn-tracecontroller is not built";
-    sessiond_ = findProgram("lttng-sessiond");
-    lttng_ = findProgram("lttng");
-    babeltrace_ = findProgram("babeltrace2");
-    if (sessiond_.empty() || lttng_.empty() || babeltrace_.empty())
+    sessiond_ = onPath("lttng-sessiond");
+    lttng_ = onPath("lttng");
+    babeltrace_ = onPath("babeltrace2");
+    if (sessiond_[0] != '/' || lttng_[0] != '/' || babeltrace_[0] != '/')
       GTEST_SKIP() << "lttng-sessiond, lttng or babeltrace2 is not installed";
     ::mkdir(home().c_str(), 0700);
     env_ = {{"LTTNG_HOME", home()}};

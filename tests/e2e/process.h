@@ -39,7 +39,6 @@ class Process {
   // The exit value (0..255), or 128 + signal number when a signal ended it; nothing if it still
   // runs at the deadline.
   std::optional<int> wait(std::chrono::milliseconds deadline = kDefaultDeadline);
-  // Sends the signal and waits.
   std::optional<int> stop(int signo, std::chrono::milliseconds deadline = kDefaultDeadline);
 
   std::string out() const { return dir_.read(name_ + ".out"); }

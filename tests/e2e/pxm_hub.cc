@@ -1,6 +1,5 @@
 #include "tests/e2e/pxm_hub.h"
 
-#include <signal.h>
 #include <stdlib.h>
 #include <sys/socket.h>
 #include <sys/un.h>

@@ -44,14 +44,10 @@ class RecorderCommandTest : public ::testing::Test {
     ASSERT_TRUE(system.startAgent(1));
   }
 
-  int zoth(std::vector<std::string> words, std::string& out) {
-    words.insert(words.begin(), "zoth");
-    return system.shell(words, out);
-  }
   // The seconds of lpp data in agent 1's buffer, from the duration column of the status.
   double lppSeconds() {
     std::string out;
-    if (zoth({"recorder", "status", "1"}, out) != 0) return 0;
+    if (system.shell({"zoth", "recorder", "status", "1"}, out) != 0) return 0;
     const size_t at = out.find("\n   lpp ");
     if (at == std::string::npos) return 0;
     std::istringstream row(out.substr(at, out.find('\n', at + 1) - at));
@@ -66,18 +62,18 @@ class RecorderCommandTest : public ::testing::Test {
 // A recording, and an index of the largest size from another agent.
 TEST_F(RecorderCommandTest, ARecordingIsStoppedShownAndDumpedWholeAndTheLargestIndexPasses) {
   std::string out;
-  EXPECT_EQ(zoth({"recorder", "start", "1"}, out), 1);
+  EXPECT_EQ(system.shell({"zoth", "recorder", "start", "1"}, out), 1);
   EXPECT_EQ(out, "No valid route for daxo 1.\n");
-  ASSERT_EQ(zoth({"route", "1:rtt", "embuf"}, out), 0) << out;
-  ASSERT_EQ(zoth({"route", "1:lpp", "embuf"}, out), 0) << out;
-  ASSERT_EQ(zoth({"recorder", "start", "1"}, out), 0) << out;
+  ASSERT_EQ(system.shell({"zoth", "route", "1:rtt", "embuf"}, out), 0) << out;
+  ASSERT_EQ(system.shell({"zoth", "route", "1:lpp", "embuf"}, out), 0) << out;
+  ASSERT_EQ(system.shell({"zoth", "recorder", "start", "1"}, out), 0) << out;
   EXPECT_EQ(out, "Started streaming or recording on daxos.\n");
   // More than the last second that the dump below asks for.
   ASSERT_TRUE(eventually([&] { return lppSeconds() > 1.5; }, 30s));
-  ASSERT_EQ(zoth({"recorder", "stop", "1"}, out), 0) << out;
+  ASSERT_EQ(system.shell({"zoth", "recorder", "stop", "1"}, out), 0) << out;
   EXPECT_EQ(out, "Stopped recording on daxos.\n");
 
-  ASSERT_EQ(zoth({"recorder", "status", "1"}, out), 0) << out;
+  ASSERT_EQ(system.shell({"zoth", "recorder", "status", "1"}, out), 0) << out;
   EXPECT_TRUE(contains(out, "  Agent       interrupts [#/ms]  interrupts [#/ms]  load [KiB/s]"))
       << out;
   EXPECT_TRUE(contains(out, "\n bbEqm000001 ")) << out;
@@ -101,7 +97,7 @@ TEST_F(RecorderCommandTest, ARecordingIsStoppedShownAndDumpedWholeAndTheLargestI
   EXPECT_TRUE(isLppFrom(data, 0));  // every block whole, in sequence order
 
   // The base64 form, read back by the system's own tool.
-  ASSERT_EQ(zoth({"recorder", "dump", "1:lpp", "--base64"}, out), 0);
+  ASSERT_EQ(system.shell({"zoth", "recorder", "dump", "1:lpp", "--base64"}, out), 0);
   std::ofstream(dir.file("lpp.b64")) << out;
   const std::string decode = "base64 -d " + dir.file("lpp.b64") + " > " + dir.file("lpp.raw");
   EXPECT_EQ(std::system(decode.c_str()), 0);
@@ -128,7 +124,7 @@ TEST_F(RecorderCommandTest, ARecordingIsStoppedShownAndDumpedWholeAndTheLargestI
       R"({"source": 4, "size": 4096, "dmaInterrupts": 20, "start": [1700000000, 0, 0], "end": [1700000000, 200000, 0]},)"
       R"({"source": 1, "size": 2048, "dmaInterrupts": 10, "start": [1700000000, 200000, 0], "end": [1700000000, 400000, 0]}]}})");
   ASSERT_TRUE(system.startAgent(2));
-  EXPECT_EQ(zoth({"recorder", "status", "2"}, out), 0) << out;
+  EXPECT_EQ(system.shell({"zoth", "recorder", "status", "2"}, out), 0) << out;
   EXPECT_TRUE(contains(out, "\n bbEqm000002 ")) << out;
   EXPECT_EQ(system.journalLines(2, "\"blocks\":65535").size(), 1u);
 }

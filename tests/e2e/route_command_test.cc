@@ -74,10 +74,6 @@ class RouteCommandTest : public ::testing::Test {
         << dir.read(journal);
   }
 
-  int zoth(std::vector<std::string> words, std::string& out) {
-    words.insert(words.begin(), "zoth");
-    return system.shell(words, out);
-  }
   size_t journalCount(const std::string& text) { return system.journalLines(1, text).size(); }
 
   RunDir dir;
@@ -89,20 +85,20 @@ class RouteCommandTest : public ::testing::Test {
 TEST_F(RouteCommandTest, AStreamToANetworkDestinationArrivesOverUdpAndStopsWhenRoutedBack) {
   startDiag();
   std::string out;
-  EXPECT_EQ(zoth({"route", "1:rtt", "embuf"}, out), 0) << out;
+  EXPECT_EQ(system.shell({"zoth", "route", "1:rtt", "embuf"}, out), 0) << out;
   EXPECT_EQ(out, "");
-  EXPECT_EQ(zoth({"info", "-v"}, out), 0);
+  EXPECT_EQ(system.shell({"zoth", "info", "-v"}, out), 0);
   EXPECT_TRUE(contains(out, "      RTT -> EMBUF (Id: 22) [1] *\n")) << out;
   EXPECT_TRUE(contains(out, "      EMBUF -> TN (Id: 23) [2]\n")) << out;
 
   UdpReceiver rx;
   ASSERT_NE(rx.port(), 0);
-  ASSERT_EQ(
-      zoth({"dest", "add", "net1", "127.0.0.1", std::to_string(rx.port()), "ManagedElement=1"},
-           out),
-      0)
+  ASSERT_EQ(system.shell({"zoth", "dest", "add", "net1", "127.0.0.1", std::to_string(rx.port()),
+                          "ManagedElement=1"},
+                         out),
+            0)
       << out;
-  EXPECT_EQ(zoth({"route", "1:embuf", "net1"}, out), 0) << out;
+  EXPECT_EQ(system.shell({"zoth", "route", "1:embuf", "net1"}, out), 0) << out;
   EXPECT_EQ(out, "Streaming started\n");
   EXPECT_EQ(journalCount(R"("socket":5)"), 2u) << "both links on the opened socket";
   EXPECT_TRUE(eventually([&] { return rx.take() > 0; })) << "no datagram arrived";
@@ -116,7 +112,7 @@ TEST_F(RouteCommandTest, AStreamToANetworkDestinationArrivesOverUdpAndStopsWhenR
 
   // Back to a fixed destination: the stream stops, the session goes, and a new stream starts
   // that sends nothing over the network.
-  EXPECT_EQ(zoth({"route", "1:embuf", "ebcom"}, out), 0) << out;
+  EXPECT_EQ(system.shell({"zoth", "route", "1:embuf", "ebcom"}, out), 0) << out;
   EXPECT_EQ(out, "Streaming started\n");
   EXPECT_GE(journalCount("consumer_stopped"), 1u);
   EXPECT_TRUE(eventually(
@@ -124,7 +120,7 @@ TEST_F(RouteCommandTest, AStreamToANetworkDestinationArrivesOverUdpAndStopsWhenR
   rx.take();
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   EXPECT_EQ(rx.take(), 0);
-  EXPECT_EQ(zoth({"info", "-v"}, out), 0);
+  EXPECT_EQ(system.shell({"zoth", "info", "-v"}, out), 0);
   EXPECT_TRUE(contains(out, "      EMBUF -> EBCOM (Id: 24) [1] *\n")) << out;
   EXPECT_TRUE(contains(out, "      EMBUF -> TN (Id: 23) [2]\n")) << out;
 }
@@ -137,7 +133,9 @@ TEST_F(RouteCommandTest, DiagHandlerKilledMidSetUpEndsTheRouteAndItWorksOnceItIs
   ASSERT_GE(idle, 0);
   startDiag({"--reply-delay-ms", "5000"});
   std::string out;
-  ASSERT_EQ(zoth({"dest", "add", "net1", "127.0.0.1", "9", "ManagedElement=1"}, out), 0) << out;
+  ASSERT_EQ(
+      system.shell({"zoth", "dest", "add", "net1", "127.0.0.1", "9", "ManagedElement=1"}, out), 0)
+      << out;
   std::unique_ptr<Process> route = system.startShell({"zoth", "route", "1:embuf", "net1"});
   ASSERT_TRUE(eventually([&] {
     return contains(dir.read("diag1.journal"), "KVN_TSI_PROXY_CREATE_UDP_SESSION_REQ");
@@ -152,10 +150,10 @@ TEST_F(RouteCommandTest, DiagHandlerKilledMidSetUpEndsTheRouteAndItWorksOnceItIs
   ASSERT_TRUE(eventually([&] {
     return contains(system.service().err(), "DiagHandler disconnected");
   })) << system.service().err();
-  EXPECT_EQ(zoth({"route", "1:embuf", "net1"}, out), 1);
+  EXPECT_EQ(system.shell({"zoth", "route", "1:embuf", "net1"}, out), 1);
   EXPECT_EQ(out, notConnected);
   startDiag();
-  EXPECT_EQ(zoth({"route", "1:embuf", "net1"}, out), 0) << out;
+  EXPECT_EQ(system.shell({"zoth", "route", "1:embuf", "net1"}, out), 0) << out;
   EXPECT_EQ(out, "Streaming started\n");
 }
 

@@ -1,7 +1,5 @@
 #include "tests/e2e/run_dir.h"
 
-#include <stdlib.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>

@@ -102,22 +102,20 @@ int TestSystem::usedSlots() {
   readSlotLines();
   const int before = slotLines_;
   service_->signal(SIGUSR1);
-  return eventually([&] {
+  const bool answered = eventually([&] {
     readSlotLines();
     return slotLines_ > before;
-  })
-             ? lastSlots_
-             : -1;
+  });
+  return answered ? lastSlots_ : -1;
 }
 
 int TestSystem::settledSlots() {
   int slots = -1;
-  return eventually([&] {
+  const bool settled = eventually([&] {
     const int before = slots;
     return (slots = usedSlots()) == before && slots >= 0;
-  })
-             ? slots
-             : -1;
+  });
+  return settled ? slots : -1;
 }
 
 void TestSystem::describeAgent(int number, const std::string& moreRoutines,
@@ -166,16 +164,10 @@ int TestSystem::shell(const std::vector<std::string>& words, std::string& out) {
   return status.value_or(-1);
 }
 
-std::vector<std::string> TestSystem::journal(int number) const {
-  std::vector<std::string> lines;
-  std::istringstream in(dir_.read(journalName(number)));
-  for (std::string line; std::getline(in, line);) lines.push_back(line);
-  return lines;
-}
-
 std::vector<std::string> TestSystem::journalLines(int number, const std::string& text) const {
   std::vector<std::string> out;
-  for (const std::string& line : journal(number))
+  std::istringstream in(dir_.read(journalName(number)));
+  for (std::string line; std::getline(in, line);)
     if (contains(line, text)) out.push_back(line);
   return out;
 }

@@ -60,8 +60,7 @@ class TestSystem {
   // Starts it without waiting.
   std::unique_ptr<Process> startShell(const std::vector<std::string>& words);
 
-  // The journal of the agent's current run, and its lines that hold `text`.
-  std::vector<std::string> journal(int number) const;
+  // The lines of the journal of the agent's current run that hold `text` (all for "").
   std::vector<std::string> journalLines(int number, const std::string& text) const;
 
   std::string stateDir() const { return dir_.file("state"); }

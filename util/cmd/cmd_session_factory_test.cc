@@ -16,7 +16,6 @@ namespace {
 
 using kvn::log::Level;
 using kvn::log::LogCapture;
-using Sent = kvn::testing::FakePxm::Sent;
 
 // A root whose parse the test decides.
 class ScriptedParser : public CmdParser {
@@ -49,12 +48,6 @@ class CmdSessionFactoryTest : public kvn::testing::CmdLayerTestBase {
     for (const char c : block) body.push_back(static_cast<uint8_t>(c));
     pxm.injectObs(peer, 1, kFrontEndRoutine, submsgno, body);
     run();
-  }
-
-  std::vector<Sent> received() {
-    std::vector<Sent> out;
-    while (auto m = pxm.popSent(peer)) out.push_back(*m);
-    return out;
   }
 
   // The accepted-text-ended sequence of a command answered with `text` and `result`.

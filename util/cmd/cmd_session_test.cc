@@ -16,7 +16,6 @@ namespace {
 
 using kvn::log::Level;
 using kvn::log::LogCapture;
-using Sent = kvn::testing::FakePxm::Sent;
 
 // A session whose start the test decides, and which says when it is gone.
 class ScriptedSession : public CmdSession {
@@ -36,13 +35,6 @@ class ScriptedSession : public CmdSession {
 
 class CmdSessionTest : public kvn::testing::CmdLayerTestBase {
  protected:
-  std::vector<Sent> received(uint16_t submsgno) {
-    std::vector<Sent> out;
-    while (auto m = pxm.popSent(peer))
-      if (m->submsgno == submsgno) out.push_back(*m);
-    return out;
-  }
-
   // Makes the table drain what was released outside a dispatch.
   void drain() {
     if (!table.get(3)) table.allocate(std::make_shared<Routine>(), 3);

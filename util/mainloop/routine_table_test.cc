@@ -200,26 +200,6 @@ TEST_F(RoutineTableTest, SendEventReachesSubscribersIncludingOnesAddedLaterInThe
   EXPECT_EQ(order, (std::vector<uint32_t>{5, 900}));
 }
 
-TEST_F(RoutineTableTest, SendObsWritesTheHeaderBigEndianFromOwnMailbox) {
-  auto routine = std::make_shared<Routine>();
-  const uint16_t id = table.allocate(routine);
-  pxm_msg* msg = Routine::alloc_msg(16);
-  reinterpret_cast<uint8_t*>(msg)[12] = 0x77;
-  routine->sendObs(msg, peer, id, 0x0102, 8);
-  EXPECT_EQ(msg, nullptr);
-
-  auto sent = pxm.popSent(peer);
-  ASSERT_TRUE(sent);
-  EXPECT_EQ(sent->msgno, FakePxm::kBaseSignalNo);
-  EXPECT_EQ(sent->sender, pxm.own());
-  EXPECT_EQ(sent->srcRoutineId, id);
-  EXPECT_EQ(sent->dstRoutineId, 0x0102);
-  EXPECT_EQ(sent->submsgno, 8);
-  EXPECT_EQ(sent->bytes[4], 0x01);  // big-endian on the wire
-  EXPECT_EQ(sent->u8(12), 0x77);
-  EXPECT_EQ(pxm.leakedMessages(), 0u);
-}
-
 TEST_F(RoutineTableTest, BaseRoutineRefusesMessagesAndUnhandledEvents) {
   LogCapture cap;
   auto routine = std::make_shared<Routine>();

@@ -40,15 +40,11 @@ class FakeSubscriber : public NsSubscribe {
 
 class LingeringNsHandlerTest : public ::testing::Test {
  protected:
-  std::unique_ptr<LingeringNsHandler> make() {
-    return std::make_unique<LingeringNsHandler>(
-        [this](const std::string& n) { published.push_back(n); },
-        [this](const std::string& n) { unpublished.push_back(n); }, &subscriber, "tc-a");
-  }
-
   FakeSubscriber subscriber;
   std::vector<std::string> published, unpublished;
-  std::unique_ptr<LingeringNsHandler> names = make();
+  std::unique_ptr<LingeringNsHandler> names = std::make_unique<LingeringNsHandler>(
+      [this](const std::string& n) { published.push_back(n); },
+      [this](const std::string& n) { unpublished.push_back(n); }, &subscriber, "tc-a");
 };
 
 using Names = std::vector<std::string>;

@@ -202,8 +202,7 @@ TEST_F(NsHandlerTest, IndicationsThatPointPastTheirEndAreDropped) {
   indication(VOLD_SERVICE_ADDED_IND, 1, "svc", "tc", /*nameLength=*/8);  // one byte too far
   indication(VOLD_SERVICE_ADDED_IND, 1, "svc", "tc", 0, /*size=*/NS_SERVICE_IND_HEADER - 1);
   subscribeRsp(1, 0);
-  pxm_msg* shortRsp = pxm_.alloc(12, VOLD_SUBSCRIBE_RSP);
-  deliver(shortRsp);
+  deliver(pxm_.alloc(12, VOLD_SUBSCRIBE_RSP));
   EXPECT_TRUE(heard_.empty());
 
   // A huntpath without its terminator is read up to the end of the message and no further.

@@ -14,13 +14,14 @@ namespace kvntrace {
 namespace {
 
 #pragma pack(push, 1)
-// A request with one 32-bit field, and answers with one 16-bit field.
-struct PingReqS {
+// Requests with one 32-bit field, and answers with one 16-bit field.
+template <int Tag>
+struct RequestS {
   KvnObsSubMessageWithSubMsgNo header;
   uint32_t value;
-  static std::string name() { return "TEST_PING_REQ"; }
-  static void toNetwork(PingReqS* m, size_t) { m->value = htonl(m->value); }
-  static void toHost(PingReqS* m, size_t) { m->value = ntohl(m->value); }
+  static std::string name() { return "TEST_REQUEST_" + std::to_string(Tag); }
+  static void toNetwork(RequestS* m, size_t) { m->value = htonl(m->value); }
+  static void toHost(RequestS* m, size_t) { m->value = ntohl(m->value); }
 };
 template <int Tag>
 struct AnswerS {
@@ -32,15 +33,10 @@ struct AnswerS {
   }
   static void toHost(AnswerS* m, size_t size) { toNetwork(m, size); }
 };
-struct DetachReqS {
-  KvnObsSubMessageWithSubMsgNo header;
-  uint32_t value;
-  static std::string name() { return "TEST_DETACH_REQ"; }
-  static void toNetwork(DetachReqS* m, size_t) { m->value = htonl(m->value); }
-  static void toHost(DetachReqS* m, size_t) { m->value = ntohl(m->value); }
-};
 #pragma pack(pop)
 
+using PingReqS = RequestS<1>;
+using DetachReqS = RequestS<2>;
 using PingCfmS = AnswerS<1>;
 using AttachCfmS = AnswerS<2>;
 using AttachRejS = AnswerS<3>;

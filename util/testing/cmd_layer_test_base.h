@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "util/cmd/cmd_session.h"
 #include "util/cmd/output_cmd_session.h"
@@ -53,6 +54,14 @@ class CmdLayerTestBase : public ::testing::Test, protected LoopWithTable {
       if (m->submsgno == 7) answer_.result = m->u8(12);
     }
     return answer_;
+  }
+
+  // The messages the front end got, of sub-message `submsgno` only when one is given.
+  std::vector<FakePxm::Sent> received(int submsgno = -1) {
+    std::vector<FakePxm::Sent> out;
+    while (auto m = pxm.popSent(peer))
+      if (submsgno < 0 || m->submsgno == submsgno) out.push_back(*m);
+    return out;
   }
 
   pxm_mbox_id_t peer = pxm.createPeer("peer");

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/kvn_obs_sub_message_with_sub_msg_no.h"
 #include "util/mainloop/pxm_mainloop.h"
 
 namespace kvn::testing {
@@ -40,8 +39,6 @@ std::string FakePxm::Sent::text(size_t offset, size_t length) const {
   if (offset + length > bytes.size()) return std::string();
   return std::string(reinterpret_cast<const char*>(bytes.data() + offset), length);
 }
-
-FakePxm::FakePxm() = default;
 
 FakePxm::~FakePxm() {
   for (pxm_msg* msg : live_) std::free(prefixOf(msg));
@@ -101,11 +98,6 @@ pxm_mbox_id_t FakePxm::create_mailbox(const char* name, uint32_t flags) {
 pxm_mbox_id_t FakePxm::createPeer(const std::string& name) { return newMailbox(name); }
 
 void FakePxm::delete_mailbox(pxm_mbox_id_t mbox) { kill(mbox); }
-
-bool FakePxm::alive(pxm_mbox_id_t mbox) const {
-  auto it = mailboxes_.find(mbox);
-  return it != mailboxes_.end() && it->second.alive;
-}
 
 void FakePxm::kill(pxm_mbox_id_t mbox) {
   auto it = mailboxes_.find(mbox);
@@ -181,7 +173,8 @@ pxm_monitor_id_t FakePxm::monitor(pxm_mbox_id_t mbox, pxm_msg*& msg) {
   const pxm_monitor_id_t ref = nextMonitor_++;
   pxm_msg* held = msg;
   msg = nullptr;
-  if (!alive(mbox)) {
+  const auto it = mailboxes_.find(mbox);
+  if (it == mailboxes_.end() || !it->second.alive) {
     // Watching the dead: the message comes at once.
     deliver(held != nullptr ? held : alloc(4, PXM_MBOX_GONE), own_, mbox);
     return ref;
@@ -221,8 +214,6 @@ std::optional<FakePxm::Sent> FakePxm::popSent(pxm_mbox_id_t mbox) {
   it->second.queue.pop_front();
   Sent sent;
   sent.msgno = msg->msgno;
-  sent.sender = prefixOf(msg)->sender;
-  sent.receiver = prefixOf(msg)->receiver;
   sent.size = prefixOf(msg)->size;
   const auto* raw = reinterpret_cast<const uint8_t*>(msg);
   sent.bytes.assign(raw, raw + sent.size);

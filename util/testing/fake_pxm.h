@@ -35,8 +35,6 @@ class FakePxm : public hkm::PXMInterface {
   // A message popped from a mailbox: copied out and freed, so the test owns nothing.
   struct Sent {
     uint32_t msgno = 0;
-    pxm_mbox_id_t sender = 0;
-    pxm_mbox_id_t receiver = 0;
     size_t size = 0;
     // Header fields in host order (read only when the message is at least 12 bytes).
     uint16_t dstRoutineId = 0;
@@ -52,7 +50,6 @@ class FakePxm : public hkm::PXMInterface {
     std::string text(size_t offset, size_t length) const;
   };
 
-  FakePxm();
   ~FakePxm() override;  // frees whatever is still queued or held
 
   // --- hkm::PXMInterface ---
@@ -80,7 +77,6 @@ class FakePxm : public hkm::PXMInterface {
   pxm_mbox_id_t createPeer(const std::string& name);
   // The mailbox dies: what is queued there is freed and its monitors fire.
   void kill(pxm_mbox_id_t mbox);
-  bool alive(pxm_mbox_id_t mbox) const;
 
   // Queues a routine-addressed message for own() as if `from` had sent it. Header fields are
   // given in host order and written big-endian; the body goes as it is.
