@@ -37,12 +37,16 @@ class TraceControllerProcessTest : public ::testing::Test {
   RunDir dir_;
 };
 
-// The options' texts have their own test; here, what main makes of them. (Without a hub it
-// ends with 1: LttngTracepointTest.)
-TEST_F(TraceControllerProcessTest, BadOptionsExitWith255) {
+// The options' texts have their own test; here, what main makes of them.
+TEST_F(TraceControllerProcessTest, BadOptionsExitWith255AndNoHubWith1) {
   auto bad = service("bad", {"--verbose"}, kErrorLog);
   EXPECT_EQ(bad->wait(), 255);
   EXPECT_TRUE(contains(bad->err(), "--verbose: unknown option")) << bad->err();
+  auto p = service("nohub", {}, kErrorLog);
+  EXPECT_EQ(p->wait(), 1);
+  EXPECT_TRUE(
+      contains(p->err(), "runtime_error exception: error when calling pxm_init. ret code = "))
+      << p->err();
 }
 
 // What a supervisor of the service hears on its notification socket.
