@@ -46,9 +46,9 @@
 
 namespace {
 
-using pxm::FrameHeader;
 using kvn::e2e::OwnHub;
 using kvn::e2e::Process;
+using pxm::FrameHeader;
 using Clock = std::chrono::steady_clock;
 
 constexpr uint32_t kPing = 0x7000;
@@ -411,7 +411,7 @@ void runAll(const Options& o, const std::string& pxmd, const std::string& logPat
 
   // Connection limits out of the way, so that the memory bounds are what is measured.
   OwnHub hub({"--memory-budget", std::to_string(o.budget), "--max-connections", "4000",
-               "--max-connections-per-user", "4000", "--frame-timeout", o.shortForm ? "1" : "10"});
+              "--max-connections-per-user", "4000", "--frame-timeout", o.shortForm ? "1" : "10"});
   if (!hub.running()) {
     miss("the hub did not start");
     return;

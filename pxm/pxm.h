@@ -6,6 +6,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* A C header for any program, its tables kept in columns. */
+/* clang-format off */
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -57,5 +59,6 @@ void pxm_unmonitor(pxm_monitor_id_t monitor);
 #ifdef __cplusplus
 }
 #endif
+/* clang-format on */
 
 #endif /* PXM_PXM_H */

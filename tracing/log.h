@@ -36,7 +36,7 @@ const char* baseName(const char* path);
       snprintf(kvnMsg_, sizeof kvnMsg_, __VA_ARGS__);                                            \
       if (kvnTpOn_)                                                                              \
         lttng_ust_do_tracepoint(provider, event, getpid(), proc, kvnFileAndLine_, kvnMsg_);      \
-      ::kvn::log::LogSink::emit(#provider, #event, level, kvnFileAndLine_, kvnMsg_);            \
+      ::kvn::log::LogSink::emit(#provider, #event, level, kvnFileAndLine_, kvnMsg_);             \
     }                                                                                            \
   } while (0)
 
@@ -49,14 +49,14 @@ const char* baseName(const char* path);
   KVN_LOG_IMPL_(com_halvorne_kvn_tracectrl, DEBUG, ::kvn::log::Level::Debug, "", __VA_ARGS__)
 
 // The utility layer (com_halvorne_kvn_cpmutil).
-#define CPMUTIL_LOG_ERROR(...)                                                          \
-  KVN_LOG_IMPL_(com_halvorne_kvn_cpmutil, ERROR, ::kvn::log::Level::Error,              \
+#define CPMUTIL_LOG_ERROR(...)                                             \
+  KVN_LOG_IMPL_(com_halvorne_kvn_cpmutil, ERROR, ::kvn::log::Level::Error, \
                 kvnCpmUtilTraceProcField, __VA_ARGS__)
-#define CPMUTIL_LOG_INFO(...)                                                          \
+#define CPMUTIL_LOG_INFO(...)                                                                      \
   KVN_LOG_IMPL_(com_halvorne_kvn_cpmutil, INFO, ::kvn::log::Level::Info, kvnCpmUtilTraceProcField, \
                 __VA_ARGS__)
-#define CPMUTIL_LOG_DEBUG(...)                                                          \
-  KVN_LOG_IMPL_(com_halvorne_kvn_cpmutil, DEBUG, ::kvn::log::Level::Debug,              \
+#define CPMUTIL_LOG_DEBUG(...)                                             \
+  KVN_LOG_IMPL_(com_halvorne_kvn_cpmutil, DEBUG, ::kvn::log::Level::Debug, \
                 kvnCpmUtilTraceProcField, __VA_ARGS__)
 
 // The trace table reader (com_halvorne_kvn_lmcreader); `proc` is empty.
@@ -68,19 +68,19 @@ const char* baseName(const char* path);
   KVN_LOG_IMPL_(com_halvorne_kvn_lmcreader, DEBUG, ::kvn::log::Level::Debug, "", __VA_ARGS__)
 
 // Command life, on the utility layer's provider.
-#define KVN_CMD_START(cmdId, cmdLine)                                                           \
-  do {                                                                                          \
-    const bool kvnTpOn_ = lttng_ust_tracepoint_enabled(com_halvorne_kvn_cpmutil, CMD_START);    \
-    if (kvnTpOn_)                                                                               \
-      lttng_ust_do_tracepoint(com_halvorne_kvn_cpmutil, CMD_START, getpid(),                    \
-                              kvnCpmUtilTraceProcField, (uint16_t)(cmdId), (cmdLine));          \
-    if (::kvn::log::LogSink::wants(::kvn::log::Level::Info)) {                                  \
-      char kvnMsg_[256];                                                                        \
-      snprintf(kvnMsg_, sizeof kvnMsg_, "cmdId=%u cmdLine=%s", (unsigned)(uint16_t)(cmdId),     \
-               (cmdLine));                                                                      \
-      ::kvn::log::LogSink::emit("com_halvorne_kvn_cpmutil", "CMD_START",                        \
-                                ::kvn::log::Level::Info, "", kvnMsg_);                          \
-    }                                                                                           \
+#define KVN_CMD_START(cmdId, cmdLine)                                                             \
+  do {                                                                                            \
+    const bool kvnTpOn_ = lttng_ust_tracepoint_enabled(com_halvorne_kvn_cpmutil, CMD_START);      \
+    if (kvnTpOn_)                                                                                 \
+      lttng_ust_do_tracepoint(com_halvorne_kvn_cpmutil, CMD_START, getpid(),                      \
+                              kvnCpmUtilTraceProcField, (uint16_t)(cmdId), (cmdLine));            \
+    if (::kvn::log::LogSink::wants(::kvn::log::Level::Info)) {                                    \
+      char kvnMsg_[256];                                                                          \
+      snprintf(kvnMsg_, sizeof kvnMsg_, "cmdId=%u cmdLine=%s", (unsigned)(uint16_t)(cmdId),       \
+               (cmdLine));                                                                        \
+      ::kvn::log::LogSink::emit("com_halvorne_kvn_cpmutil", "CMD_START", ::kvn::log::Level::Info, \
+                                "", kvnMsg_);                                                     \
+    }                                                                                             \
   } while (0)
 
 #define KVN_CMD_END(cmdId, retVal)                                                              \
@@ -100,26 +100,26 @@ const char* baseName(const char* path);
 
 // The container reader (com_halvorne_kvn_cpm_common_lib). Errors also go to syslog with
 // priority 14, whether or not the tracepoint is enabled.
-#define KVN_EQMH_IMPL_(event, level, alsoSyslog, ...)                                            \
-  do {                                                                                           \
-    const bool kvnTpOn_ = lttng_ust_tracepoint_enabled(com_halvorne_kvn_cpm_common_lib, event);  \
-    if (alsoSyslog || kvnTpOn_ || ::kvn::log::LogSink::wants(level)) {                           \
-      static char kvnMsg_[256];                                                                  \
-      const char* kvnFile_ = ::kvn::log::baseName(__FILE__);                                     \
-      snprintf(kvnMsg_, sizeof kvnMsg_, __VA_ARGS__);                                            \
-      if (kvnTpOn_)                                                                              \
-        lttng_ust_do_tracepoint(com_halvorne_kvn_cpm_common_lib, event, kvnFile_, __LINE__,      \
-                                kvnCpmCommonTraceInstanceId, kvnMsg_);                           \
-      if (alsoSyslog)                                                                            \
-        syslog(14, "KVN_TRACE Error: %s:%d %s = %u %s", kvnFile_, __LINE__, "id",                \
-               (unsigned)kvnCpmCommonTraceInstanceId, kvnMsg_);                                  \
-      if (::kvn::log::LogSink::wants(level)) {                                                   \
-        char kvnFileAndLine_[256];                                                               \
-        snprintf(kvnFileAndLine_, sizeof kvnFileAndLine_, "%s:%d", kvnFile_, __LINE__);          \
-        ::kvn::log::LogSink::emit("com_halvorne_kvn_cpm_common_lib", #event, level,              \
-                                  kvnFileAndLine_, kvnMsg_);                                     \
-      }                                                                                          \
-    }                                                                                            \
+#define KVN_EQMH_IMPL_(event, level, alsoSyslog, ...)                                           \
+  do {                                                                                          \
+    const bool kvnTpOn_ = lttng_ust_tracepoint_enabled(com_halvorne_kvn_cpm_common_lib, event); \
+    if (alsoSyslog || kvnTpOn_ || ::kvn::log::LogSink::wants(level)) {                          \
+      static char kvnMsg_[256];                                                                 \
+      const char* kvnFile_ = ::kvn::log::baseName(__FILE__);                                    \
+      snprintf(kvnMsg_, sizeof kvnMsg_, __VA_ARGS__);                                           \
+      if (kvnTpOn_)                                                                             \
+        lttng_ust_do_tracepoint(com_halvorne_kvn_cpm_common_lib, event, kvnFile_, __LINE__,     \
+                                kvnCpmCommonTraceInstanceId, kvnMsg_);                          \
+      if (alsoSyslog)                                                                           \
+        syslog(14, "KVN_TRACE Error: %s:%d %s = %u %s", kvnFile_, __LINE__, "id",               \
+               (unsigned)kvnCpmCommonTraceInstanceId, kvnMsg_);                                 \
+      if (::kvn::log::LogSink::wants(level)) {                                                  \
+        char kvnFileAndLine_[256];                                                              \
+        snprintf(kvnFileAndLine_, sizeof kvnFileAndLine_, "%s:%d", kvnFile_, __LINE__);         \
+        ::kvn::log::LogSink::emit("com_halvorne_kvn_cpm_common_lib", #event, level,             \
+                                  kvnFileAndLine_, kvnMsg_);                                    \
+      }                                                                                         \
+    }                                                                                           \
   } while (0)
 
 #define EQMH_ERROR(...) KVN_EQMH_IMPL_(EqmhErrorEvent, ::kvn::log::Level::Error, true, __VA_ARGS__)

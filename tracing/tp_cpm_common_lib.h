@@ -11,33 +11,47 @@
 #include <lttng/tracepoint.h>
 #include <stdint.h>
 
-LTTNG_UST_TRACEPOINT_EVENT_CLASS(com_halvorne_kvn_cpm_common_lib, eqmh,
+LTTNG_UST_TRACEPOINT_EVENT_CLASS(
+    com_halvorne_kvn_cpm_common_lib, eqmh,
     LTTNG_UST_TP_ARGS(const char*, file, int, line, uint32_t, id, const char*, msg),
-    LTTNG_UST_TP_FIELDS(lttng_ust_field_string(file, file)
-                            lttng_ust_field_integer(int, line, line)
-                                lttng_ust_field_integer(uint32_t, id, id)
-                                    lttng_ust_field_string(msg, msg)))
+    LTTNG_UST_TP_FIELDS(lttng_ust_field_string(file, file) lttng_ust_field_integer(int, line, line)
+                            lttng_ust_field_integer(uint32_t, id, id)
+                                lttng_ust_field_string(msg, msg)))
 
-LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_cpm_common_lib, eqmh, com_halvorne_kvn_cpm_common_lib, EqmhErrorEvent,
-    LTTNG_UST_TP_ARGS(const char*, file, int, line, uint32_t, id, const char*, msg))
-LTTNG_UST_TRACEPOINT_LOGLEVEL(com_halvorne_kvn_cpm_common_lib, EqmhErrorEvent, LTTNG_UST_TRACEPOINT_LOGLEVEL_ERR)
+LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_cpm_common_lib, eqmh,
+                                    com_halvorne_kvn_cpm_common_lib, EqmhErrorEvent,
+                                    LTTNG_UST_TP_ARGS(const char*, file, int, line, uint32_t, id,
+                                                      const char*, msg))
+LTTNG_UST_TRACEPOINT_LOGLEVEL(com_halvorne_kvn_cpm_common_lib, EqmhErrorEvent,
+                              LTTNG_UST_TRACEPOINT_LOGLEVEL_ERR)
 
-LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_cpm_common_lib, eqmh, com_halvorne_kvn_cpm_common_lib, EqmhInfoEvent,
-    LTTNG_UST_TP_ARGS(const char*, file, int, line, uint32_t, id, const char*, msg))
-LTTNG_UST_TRACEPOINT_LOGLEVEL(com_halvorne_kvn_cpm_common_lib, EqmhInfoEvent, LTTNG_UST_TRACEPOINT_LOGLEVEL_INFO)
+LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_cpm_common_lib, eqmh,
+                                    com_halvorne_kvn_cpm_common_lib, EqmhInfoEvent,
+                                    LTTNG_UST_TP_ARGS(const char*, file, int, line, uint32_t, id,
+                                                      const char*, msg))
+LTTNG_UST_TRACEPOINT_LOGLEVEL(com_halvorne_kvn_cpm_common_lib, EqmhInfoEvent,
+                              LTTNG_UST_TRACEPOINT_LOGLEVEL_INFO)
 
-LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_cpm_common_lib, eqmh, com_halvorne_kvn_cpm_common_lib, EqmhPrgDebugEvent,
-    LTTNG_UST_TP_ARGS(const char*, file, int, line, uint32_t, id, const char*, msg))
-LTTNG_UST_TRACEPOINT_LOGLEVEL(com_halvorne_kvn_cpm_common_lib, EqmhPrgDebugEvent, LTTNG_UST_TRACEPOINT_LOGLEVEL_DEBUG_PROGRAM)
+LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_cpm_common_lib, eqmh,
+                                    com_halvorne_kvn_cpm_common_lib, EqmhPrgDebugEvent,
+                                    LTTNG_UST_TP_ARGS(const char*, file, int, line, uint32_t, id,
+                                                      const char*, msg))
+LTTNG_UST_TRACEPOINT_LOGLEVEL(com_halvorne_kvn_cpm_common_lib, EqmhPrgDebugEvent,
+                              LTTNG_UST_TRACEPOINT_LOGLEVEL_DEBUG_PROGRAM)
 
-LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_cpm_common_lib, eqmh, com_halvorne_kvn_cpm_common_lib, EqmhFuncDebugEvent,
-    LTTNG_UST_TP_ARGS(const char*, file, int, line, uint32_t, id, const char*, msg))
-LTTNG_UST_TRACEPOINT_LOGLEVEL(com_halvorne_kvn_cpm_common_lib, EqmhFuncDebugEvent, LTTNG_UST_TRACEPOINT_LOGLEVEL_DEBUG_FUNCTION)
+LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_cpm_common_lib, eqmh,
+                                    com_halvorne_kvn_cpm_common_lib, EqmhFuncDebugEvent,
+                                    LTTNG_UST_TP_ARGS(const char*, file, int, line, uint32_t, id,
+                                                      const char*, msg))
+LTTNG_UST_TRACEPOINT_LOGLEVEL(com_halvorne_kvn_cpm_common_lib, EqmhFuncDebugEvent,
+                              LTTNG_UST_TRACEPOINT_LOGLEVEL_DEBUG_FUNCTION)
 
-LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_cpm_common_lib, eqmh, com_halvorne_kvn_cpm_common_lib, EqmhLineDebugEvent,
-    LTTNG_UST_TP_ARGS(const char*, file, int, line, uint32_t, id, const char*, msg))
-LTTNG_UST_TRACEPOINT_LOGLEVEL(com_halvorne_kvn_cpm_common_lib, EqmhLineDebugEvent, LTTNG_UST_TRACEPOINT_LOGLEVEL_DEBUG_LINE)
-
+LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_cpm_common_lib, eqmh,
+                                    com_halvorne_kvn_cpm_common_lib, EqmhLineDebugEvent,
+                                    LTTNG_UST_TP_ARGS(const char*, file, int, line, uint32_t, id,
+                                                      const char*, msg))
+LTTNG_UST_TRACEPOINT_LOGLEVEL(com_halvorne_kvn_cpm_common_lib, EqmhLineDebugEvent,
+                              LTTNG_UST_TRACEPOINT_LOGLEVEL_DEBUG_LINE)
 
 #endif
 

@@ -11,25 +11,31 @@
 #include <lttng/tracepoint.h>
 #include <stdint.h>
 
-LTTNG_UST_TRACEPOINT_EVENT_CLASS(com_halvorne_kvn_tracectrl, log,
+LTTNG_UST_TRACEPOINT_EVENT_CLASS(
+    com_halvorne_kvn_tracectrl, log,
     LTTNG_UST_TP_ARGS(int, pid, const char*, proc, const char*, fileAndLine, const char*, msg),
-    LTTNG_UST_TP_FIELDS(lttng_ust_field_integer(int, pid, pid)
-                            lttng_ust_field_string(proc, proc)
-                                lttng_ust_field_string(fileAndLine, fileAndLine)
-                                    lttng_ust_field_string(msg, msg)))
+    LTTNG_UST_TP_FIELDS(lttng_ust_field_integer(int, pid, pid) lttng_ust_field_string(proc, proc)
+                            lttng_ust_field_string(fileAndLine, fileAndLine)
+                                lttng_ust_field_string(msg, msg)))
 
-LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_tracectrl, log, com_halvorne_kvn_tracectrl, ERROR,
-    LTTNG_UST_TP_ARGS(int, pid, const char*, proc, const char*, fileAndLine, const char*, msg))
+LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_tracectrl, log, com_halvorne_kvn_tracectrl,
+                                    ERROR,
+                                    LTTNG_UST_TP_ARGS(int, pid, const char*, proc, const char*,
+                                                      fileAndLine, const char*, msg))
 LTTNG_UST_TRACEPOINT_LOGLEVEL(com_halvorne_kvn_tracectrl, ERROR, LTTNG_UST_TRACEPOINT_LOGLEVEL_ERR)
 
-LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_tracectrl, log, com_halvorne_kvn_tracectrl, INFO,
-    LTTNG_UST_TP_ARGS(int, pid, const char*, proc, const char*, fileAndLine, const char*, msg))
+LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_tracectrl, log, com_halvorne_kvn_tracectrl,
+                                    INFO,
+                                    LTTNG_UST_TP_ARGS(int, pid, const char*, proc, const char*,
+                                                      fileAndLine, const char*, msg))
 LTTNG_UST_TRACEPOINT_LOGLEVEL(com_halvorne_kvn_tracectrl, INFO, LTTNG_UST_TRACEPOINT_LOGLEVEL_INFO)
 
-LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_tracectrl, log, com_halvorne_kvn_tracectrl, DEBUG,
-    LTTNG_UST_TP_ARGS(int, pid, const char*, proc, const char*, fileAndLine, const char*, msg))
-LTTNG_UST_TRACEPOINT_LOGLEVEL(com_halvorne_kvn_tracectrl, DEBUG, LTTNG_UST_TRACEPOINT_LOGLEVEL_DEBUG)
-
+LTTNG_UST_TRACEPOINT_EVENT_INSTANCE(com_halvorne_kvn_tracectrl, log, com_halvorne_kvn_tracectrl,
+                                    DEBUG,
+                                    LTTNG_UST_TP_ARGS(int, pid, const char*, proc, const char*,
+                                                      fileAndLine, const char*, msg))
+LTTNG_UST_TRACEPOINT_LOGLEVEL(com_halvorne_kvn_tracectrl, DEBUG,
+                              LTTNG_UST_TRACEPOINT_LOGLEVEL_DEBUG)
 
 #endif
 
