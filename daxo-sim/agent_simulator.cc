@@ -7,6 +7,7 @@
 
 #include "daxo-sim/connect_message.h"
 #include "pxm/pxm.h"
+#include "sim/send_bytes.h"
 
 namespace kvn::daxosim {
 
@@ -19,7 +20,8 @@ AgentSimulator::AgentSimulator(const AgentDescription& description, Options opti
     : description_(description),
       options_(std::move(options)),
       journal_(journal),
-      router_(handlers, journal, [this](std::vector<uint8_t> m, uint32_t to) { sendBytes(m, to); }),
+      router_(handlers, journal,
+              [this](std::vector<uint8_t> m, uint32_t to) { sim::sendBytes(m, to); }),
       ownMailbox_(PXM_NO_MBOX) {
   if (options_.mailboxName.empty()) options_.mailboxName = description_.mailboxName;
   if (options_.mailboxName.empty())
@@ -58,7 +60,7 @@ int AgentSimulator::run(const volatile sig_atomic_t& stop) {
     handle(msg);
     if (msg) pxm_free(&msg);
   }
-  note("stopped");
+  journal_.event("stopped");
   return 0;
 }
 
@@ -66,12 +68,12 @@ void AgentSimulator::findService() {
   if (const std::optional<uint32_t> id = watch_.locate(options_.serviceName))
     connect(*id);
   else
-    note("waiting_for_service");
+    journal_.event("waiting_for_service");
 }
 
 void AgentSimulator::connect(uint32_t service) {
   watch_.watch(service);
-  sendBytes(ConnectMessage::encode(description_), service);
+  sim::sendBytes(ConnectMessage::encode(description_), service);
   nlohmann::json entry;
   entry["event"] = "connect_sent";
   entry["service"] = service;
@@ -93,7 +95,7 @@ void AgentSimulator::handle(pxm_msg* msg) {
       findService();  // it may be gone again before we got to it
       return;
     case sim::ServiceWatch::Event::kLost:
-      note("service_lost");
+      journal_.event("service_lost");
       if (options_.reconnect)
         findService();
       else
@@ -108,24 +110,6 @@ void AgentSimulator::handle(pxm_msg* msg) {
   entry["size"] = size;
   entry["body"] = sim::Journal::hex(bytes, size);
   entry["error"] = "unexpected message number";
-  journal_.write(entry);
-}
-
-void AgentSimulator::sendBytes(const std::vector<uint8_t>& bytes, uint32_t to) {
-  uint32_t msgno;
-  memcpy(&msgno, bytes.data(), sizeof msgno);
-  pxm_msg* m = pxm_alloc(bytes.size(), msgno);
-  if (!m) {
-    fprintf(stderr, "daxo-sim: pxm_alloc(%zu) failed\n", bytes.size());
-    return;
-  }
-  memcpy(reinterpret_cast<uint8_t*>(m), bytes.data(), bytes.size());
-  pxm_send(&m, to, PXM_MY_MBOX);
-}
-
-void AgentSimulator::note(const char* event) {
-  nlohmann::json entry;
-  entry["event"] = event;
   journal_.write(entry);
 }
 

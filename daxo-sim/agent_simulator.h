@@ -48,8 +48,6 @@ class AgentSimulator {
   void findService();
   void connect(uint32_t service);
   void handle(pxm_msg* msg);
-  void sendBytes(const std::vector<uint8_t>& bytes, uint32_t to);
-  void note(const char* event);
 
   const AgentDescription& description_;
   Options options_;

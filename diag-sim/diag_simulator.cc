@@ -10,6 +10,7 @@
 #include "base/big_endian.h"
 #include "diag-sim/diag_message.h"
 #include "pxm/pxm.h"
+#include "sim/send_bytes.h"
 #include "sim/udp_stream.h"
 
 namespace kvn::diagsim {
@@ -42,7 +43,7 @@ int DiagSimulator::run(const volatile sig_atomic_t& stop, volatile sig_atomic_t&
       // Deleting the mailbox is what the service sees as the diag handler going away.
       closeMailbox();
       held_.clear();
-      note("left");
+      journal_.event("left");
       if (!openMailbox()) return 1;
       findService();
     }
@@ -58,7 +59,7 @@ int DiagSimulator::run(const volatile sig_atomic_t& stop, volatile sig_atomic_t&
     handle(msg);
     pxm_free(&msg);
   }
-  note("stopped");
+  journal_.event("stopped");
   return 0;
 }
 
@@ -81,15 +82,15 @@ void DiagSimulator::findService() {
   if (const std::optional<uint32_t> id = watch_.locate(options_.serviceName))
     hello(*id);
   else
-    note("waiting_for_service");
+    journal_.event("waiting_for_service");
 }
 
 void DiagSimulator::hello(uint32_t service) {
   watch_.watch(service);
   ++hellos_;
-  send(DiagMessage::encode(DiagMessage::kServiceRoutine, kHelloRoutine, DiagMessage::kHello,
-                           DiagMessage::helloBody(hellos_)),
-       service);
+  sim::sendBytes(DiagMessage::encode(DiagMessage::kServiceRoutine, kHelloRoutine,
+                                     DiagMessage::kHello, DiagMessage::helloBody(hellos_)),
+                 service);
   nlohmann::json entry;
   entry["event"] = "hello_sent";
   entry["service"] = service;
@@ -112,7 +113,7 @@ void DiagSimulator::handle(pxm_msg* msg) {
       return;
     case sim::ServiceWatch::Event::kLost:
       held_.clear();
-      note("service_lost");
+      journal_.event("service_lost");
       findService();
       return;
     case sim::ServiceWatch::Event::kNone:
@@ -171,7 +172,7 @@ void DiagSimulator::reply(std::vector<uint8_t> message, uint32_t to, const char*
                           nlohmann::json& entry) {
   switch (options_.replyMode) {
     case ReplyMode::kAtOnce:
-      send(message, to);
+      sim::sendBytes(message, to);
       entry[what] = "sent";
       return;
     case ReplyMode::kDelayed:
@@ -190,25 +191,13 @@ void DiagSimulator::sendDue() {
   while (!held_.empty() && held_.front().due <= now) {
     const Held h = held_.front();
     held_.pop_front();
-    send(h.message, h.to);
+    sim::sendBytes(h.message, h.to);
     nlohmann::json entry;
     entry["event"] = "reply_sent";
     entry["to"] = loadBe16(h.message.data() + 4);
     entry["submsgno"] = loadBe16(h.message.data() + 8);
     journal_.write(entry);
   }
-}
-
-void DiagSimulator::send(const std::vector<uint8_t>& message, uint32_t to) {
-  uint32_t msgno;
-  memcpy(&msgno, message.data(), sizeof msgno);
-  pxm_msg* m = pxm_alloc(message.size(), msgno);
-  if (!m) {
-    fprintf(stderr, "diag-sim: pxm_alloc(%zu) failed\n", message.size());
-    return;
-  }
-  memcpy(reinterpret_cast<uint8_t*>(m), message.data(), message.size());
-  pxm_send(&m, to, PXM_MY_MBOX);
 }
 
 void DiagSimulator::publishSession(const nlohmann::json& request) {
@@ -220,12 +209,6 @@ void DiagSimulator::publishSession(const nlohmann::json& request) {
   std::ofstream(temporary) << request["ip"].get<std::string>() << " "
                            << request["udpPortNr"].get<uint16_t>() << "\n";
   rename(temporary.c_str(), path.c_str());
-}
-
-void DiagSimulator::note(const char* event) {
-  nlohmann::json entry;
-  entry["event"] = event;
-  journal_.write(entry);
 }
 
 }  // namespace kvn::diagsim

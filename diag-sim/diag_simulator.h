@@ -67,8 +67,6 @@ class DiagSimulator {
   void handleRoutineMessage(uint32_t sender, const uint8_t* bytes, size_t size);
   void reply(std::vector<uint8_t> message, uint32_t to, const char* what, nlohmann::json& entry);
   void sendDue();
-  void send(const std::vector<uint8_t>& message, uint32_t to);
-  void note(const char* event);
   void publishSession(const nlohmann::json& request);
 
   Options options_;

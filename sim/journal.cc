@@ -26,6 +26,8 @@ void Journal::write(const nlohmann::json& entry) {
   fflush(out_);
 }
 
+void Journal::event(const char* name) { write({{"event", name}}); }
+
 std::string Journal::hex(const void* data, size_t size) {
   static const char digits[] = "0123456789abcdef";
   const uint8_t* p = static_cast<const uint8_t*>(data);

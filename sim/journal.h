@@ -21,6 +21,8 @@ class Journal {
   Journal& operator=(const Journal&) = delete;
 
   void write(const nlohmann::json& entry);
+  // A line that only says what happened: {"event": name}.
+  void event(const char* name);
 
   // Lower-case hex of a byte range, two digits a byte, no separators.
   static std::string hex(const void* data, size_t size);
