@@ -100,6 +100,16 @@ TEST_F(RecorderDumpTest, TheTimeWindowKeepsWholeBlocksThatReachIntoIt) {
   EXPECT_TRUE(prints.empty());
 }
 
+// The largest index an agent can send: 65535 headers in one message of 2.6 MB.
+TEST_F(RecorderDumpTest, TheLargestIndexIsTakenWhole) {
+  std::vector<kvnSuperBlockHeaderS> h;
+  for (uint32_t i = 0; i < 65535; ++i)
+    h.push_back(block(4, static_cast<uint16_t>(65534 - i), 1, i, i + 1));
+  // The last microsecond holds the last two blocks, which are the first two by sequence.
+  EXPECT_EQ(fields(dump({"dump", "1:lpp", "-d", "1us"}, h)),
+            (F{{65534, 1, 0, 1}, {65533, 2, 0, 1}}));
+}
+
 TEST_F(RecorderDumpTest, AConfirmThatPromisesTooMuchEndsTheDump) {
   for (int length : {1025, 11}) {  // more than asked; more than the message holds
     LogCapture cap;
