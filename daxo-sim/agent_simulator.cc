@@ -7,6 +7,7 @@
 
 #include "daxo-sim/connect_message.h"
 #include "pxm/pxm.h"
+#include "sim/hub_join.h"
 #include "sim/send_bytes.h"
 
 namespace kvn::daxosim {
@@ -36,18 +37,10 @@ AgentSimulator::~AgentSimulator() {
 }
 
 int AgentSimulator::run(const volatile sig_atomic_t& stop) {
-  unsigned char schemeParams[36] = {};
-  const char* ns = options_.nameSpace.empty() ? nullptr : options_.nameSpace.c_str();
-  if (int32_t rc = pxm_init(2, 0, schemeParams, ns, 0); rc != 0) {
-    fprintf(stderr, "daxo-sim: cannot reach the mailbox hub (pxm_init returned %d)\n", rc);
-    return 1;
-  }
+  if (!sim::joinHub(options_.nameSpace)) return 1;
   initialized_ = true;
-  ownMailbox_ = pxm_create_mailbox(options_.mailboxName.c_str(), 0);
-  if (ownMailbox_ == PXM_NO_MBOX) {
-    fprintf(stderr, "daxo-sim: cannot create mailbox \"%s\"\n", options_.mailboxName.c_str());
-    return 1;
-  }
+  ownMailbox_ = sim::openMailbox(options_.mailboxName);
+  if (ownMailbox_ == PXM_NO_MBOX) return 1;
   findService();
   while (!stop && !serviceGone_) {
     uint32_t timeout = kReceiveTimeoutMs;

@@ -10,6 +10,7 @@
 #include "base/big_endian.h"
 #include "diag-sim/diag_message.h"
 #include "pxm/pxm.h"
+#include "sim/hub_join.h"
 #include "sim/send_bytes.h"
 #include "sim/udp_stream.h"
 
@@ -28,12 +29,7 @@ DiagSimulator::~DiagSimulator() {
 }
 
 int DiagSimulator::run(const volatile sig_atomic_t& stop, volatile sig_atomic_t& rejoin) {
-  unsigned char schemeParams[36] = {};
-  const char* ns = options_.nameSpace.empty() ? nullptr : options_.nameSpace.c_str();
-  if (int32_t rc = pxm_init(2, 0, schemeParams, ns, 0); rc != 0) {
-    fprintf(stderr, "diag-sim: cannot reach the mailbox hub (pxm_init returned %d)\n", rc);
-    return 1;
-  }
+  if (!sim::joinHub(options_.nameSpace)) return 1;
   initialized_ = true;
   if (!openMailbox()) return 1;
   findService();
@@ -64,12 +60,8 @@ int DiagSimulator::run(const volatile sig_atomic_t& stop, volatile sig_atomic_t&
 }
 
 bool DiagSimulator::openMailbox() {
-  ownMailbox_ = pxm_create_mailbox(options_.mailboxName.c_str(), 0);
-  if (ownMailbox_ == PXM_NO_MBOX) {
-    fprintf(stderr, "diag-sim: cannot create mailbox \"%s\"\n", options_.mailboxName.c_str());
-    return false;
-  }
-  return true;
+  ownMailbox_ = sim::openMailbox(options_.mailboxName);
+  return ownMailbox_ != PXM_NO_MBOX;
 }
 
 void DiagSimulator::closeMailbox() {
