@@ -73,7 +73,7 @@ int main(int argc, char** argv) {
   std::optional<std::string> lmcPath;
   uint32_t confirmDelayMs = 0;
   bool dropConfirms = false;
-  bool reconnect = false;
+  AgentSimulator::Options options;
   ForwarderHandler::Reject rejectRoute = ForwarderHandler::Reject::kNone;
   std::optional<kvn::daxosim::TraceDestHandler::Rejection> rejectDest;
   std::string sessionsDir;
@@ -102,7 +102,7 @@ int main(int argc, char** argv) {
         lmcPath = arg;
         break;
       case kReconnect:
-        reconnect = true;
+        options.reconnect = true;
         break;
       case kConfirmDelay:
         confirmDelayMs = kvn::sim::CommandLine::number(arg, 3600000);
@@ -131,11 +131,9 @@ int main(int argc, char** argv) {
     usage(stderr);
     return 2;
   }
-  AgentSimulator::Options options;
   options.serviceName = line.service;
   options.mailboxName = line.mailbox;
   options.nameSpace = line.nameSpace;
-  options.reconnect = reconnect;
   try {
     AgentDescription description = AgentDescription::fromFile(line.operands[0]);
     if (lmcPath) {
